@@ -1,0 +1,56 @@
+#include "app/buildinfo.h"
+
+#include <QStandardPaths>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace BuildInfo {
+
+QString productName()
+{
+    return QStringLiteral(QUILLMERE_NAME);
+}
+
+QString productVersion()
+{
+    return QStringLiteral(QUILLMERE_VERSION);
+}
+
+QString authorName()
+{
+    // The words are joined by "_" so that the name passes every build tool unquoted.
+    return QStringLiteral(QUILLMERE_AUTHOR).replace(u'_', u' ');
+}
+
+QString authorMail()
+{
+    return QStringLiteral(QUILLMERE_MAIL);
+}
+
+QString websiteUrl()
+{
+    return QStringLiteral(QUILLMERE_WEBSITE);
+}
+
+QString defaultBaseUrl()
+{
+    return QStringLiteral(QUILLMERE_BASE_URL);
+}
+
+QString buildDate()
+{
+    return QStringLiteral(__DATE__);
+}
+
+QString qtVersion()
+{
+    return QStringLiteral(QT_VERSION_STR);
+}
+
+QString userFolder()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::HomeLocation) + "/Library/"_L1 +
+           productName() + u'/';
+}
+
+} // namespace BuildInfo

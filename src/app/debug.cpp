@@ -1,0 +1,70 @@
+#include "app/debug.h"
+
+#include "app/buildinfo.h"
+
+#include <QDateTime>
+#include <QDebug>
+#include <QDir>
+#include <QFile>
+#include <QMutex>
+
+#include <memory>
+#include <utility>
+
+using namespace Qt::Literals::StringLiterals;
+
+const QStringList Debug::LEVEL = {u"ERROR"_s, u"WARNING"_s, u"INFO"_s, u"DEBUG"_s};
+const QString Debug::VERSION = u"25.128-1530"_s;
+
+QFile* Debug::s_logFile = nullptr;
+QTextStream* Debug::s_logStream = nullptr;
+
+namespace {
+
+// Guards the shared file and stream; not held while the console is written.
+Q_CONSTINIT QBasicMutex logFileMutex;
+
+} // namespace
+
+void Debug::init()
+{
+    const QMutexLocker locker(&logFileMutex);
+    // A second call starts afresh; the old stream goes before the file that it writes to.
+    const std::unique_ptr<QFile> oldFile(std::exchange(s_logFile, nullptr));
+    const std::unique_ptr<QTextStream> oldStream(std::exchange(s_logStream, nullptr));
+
+    const QString folder = BuildInfo::userFolder();
+    QDir().mkpath(folder);
+    s_logFile = new QFile(folder + "quillmere.log"_L1);
+    if (!s_logFile->open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text)) {
+        return;
+    }
+    s_logStream = new QTextStream(s_logFile);
+    *s_logStream << "=== " << BuildInfo::productName() << ' ' << BuildInfo::productVersion()
+                 << " — " << QDateTime::currentDateTime().toString(u"yyyy-MM-dd HH:mm:ss"_s)
+                 << " ===\n";
+    s_logStream->flush();
+}
+
+QString Debug::logFilePath()
+{
+    const QMutexLocker locker(&logFileMutex);
+    return s_logFile ? s_logFile->fileName() : QString();
+}
+
+Debug::Debug(int level) : m_level(level), m_stream(&m_text, QIODevice::ReadWrite)
+{
+    m_stream << QDateTime::currentDateTime().toString(u"yyyy-MM-dd'T'HH:mm:ss"_s) << " ["
+             << LEVEL[level] << "] ";
+}
+
+Debug::~Debug()
+{
+    m_stream.flush();
+    qDebug().noquote() << m_text;
+    const QMutexLocker locker(&logFileMutex);
+    if (s_logStream && m_level <= Info) {
+        *s_logStream << m_text << '\n';
+        s_logStream->flush();
+    }
+}

@@ -1,0 +1,73 @@
+#include "system/scanparser.h"
+
+#include <QByteArray>
+#include <QIODevice>
+#include <QTextStream>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// "Foo" for ".../Foo.app"; every ".app" in the last component goes, not only the ending.
+QString bundleName(const QString& path)
+{
+    return path.sliced(path.lastIndexOf(u'/') + 1).remove(".app"_L1);
+}
+
+/// Adds the lines up to the next empty one to @p properties.
+void readProperties(QTextStream& report, QHash<QString, QString>& properties)
+{
+    const QLatin1StringView separator = ": "_L1;
+    while (!report.atEnd()) {
+        const QString line = report.readLine().trimmed();
+        if (line.isEmpty()) {
+            return;
+        }
+        if (const qsizetype at = line.indexOf(separator); at >= 0) {
+            properties.insert(line.first(at), line.sliced(at + separator.size()));
+        }
+    }
+}
+
+} // namespace
+
+PropertyMap parseBundlePaths(const QByteArray& output)
+{
+    PropertyMap found;
+    QTextStream lines(output, QIODevice::ReadOnly);
+    QString line;
+    while (lines.readLineInto(&line)) {
+        if (line.contains(".app/Contents/"_L1)) {
+            continue;
+        }
+        const QString name = bundleName(line);
+        if (name.isEmpty()) {
+            continue;
+        }
+        if (line.startsWith("/Applications/"_L1) || !found.contains(name)) {
+            found.insert(name, {{u"Location"_s, line}});
+        }
+    }
+    return found;
+}
+
+PropertyMap parseSystemProfilerReport(const QByteArray& output)
+{
+    PropertyMap found;
+    QTextStream report(output, QIODevice::ReadOnly);
+    report.readLine(); // the report's title
+    // Deliberately never emptied: an application keeps earlier ones' keys that its block lacks.
+    QHash<QString, QString> properties;
+    while (!report.atEnd()) {
+        const QString line = report.readLine().trimmed();
+        if (!line.endsWith(u':')) {
+            continue;
+        }
+        report.readLine(); // the blank line under the name
+        readProperties(report, properties);
+        if (!properties.isEmpty()) {
+            found.insert(line.chopped(1), properties);
+        }
+    }
+    return found;
+}

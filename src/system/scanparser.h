@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QHash>
+#include <QString>
+
+class QByteArray;
+
+/// Application name to property key to value.
+using PropertyMap = QHash<QString, QHash<QString, QString>>;
+
+/// Reads bundle paths, one a line, into the "Location" of the application that a path's last
+/// component names. Bundles inside another bundle are left out. Of several bundles of one name the
+/// first stays, unless a later one lies under "/Applications/".
+[[nodiscard]] PropertyMap parseBundlePaths(const QByteArray& output);
+
+/// Reads the text report of `system_profiler SPApplicationsDataType`: each application's keys and
+/// values as printed. Deliberately, an application keeps earlier ones' keys that its block lacks.
+[[nodiscard]] PropertyMap parseSystemProfilerReport(const QByteArray& output);

@@ -1,0 +1,152 @@
+#include "ui/mainwindow.h"
+#include "ui_mainwindow.h"
+
+#include "app/buildinfo.h"
+#include "app/debug.h"
+#include "ui/waitdialog.h"
+
+#include <QCloseEvent>
+#include <QDesktopServices>
+#include <QMessageBox>
+#include <QScopedValueRollback>
+#include <QUrl>
+
+using namespace Qt::Literals::StringLiterals;
+
+MainWindow::MainWindow(QWidget* parent)
+    : QMainWindow(parent)
+    , m_config(u"config.xml"_s, u":/resources/default-config.xml"_s)
+    , m_ui(std::make_unique<Ui::MainWindow>())
+    , m_profiler(m_config.getParameter(u"webconfig"_s, u"baseURL"_s),
+                 m_config.getParameter(u"webconfig"_s, u"csvPath"_s),
+                 m_config.getParameter(u"webconfig"_s, u"csvSeparator"_s),
+                 m_config.getParameter(u"webconfig"_s, u"softPath"_s))
+{
+    const QString downloadFolder = m_config.getParameter(u"localconfig"_s, u"downloadFolder"_s);
+    Debug(Debug::Info) << "Config - Base URL: "
+                       << m_config.getParameter(u"webconfig"_s, u"baseURL"_s);
+    Debug(Debug::Info) << "Config - CSV: " << m_config.getParameter(u"webconfig"_s, u"csvPath"_s);
+    Debug(Debug::Info) << "Config - Download folder: "
+                       << (downloadFolder.isEmpty() ? u"(default: ~/Downloads)"_s : downloadFolder);
+    ui_init();
+}
+
+MainWindow::~MainWindow() = default;
+
+void MainWindow::ui_init()
+{
+    m_ui->setupUi(this);
+    setWindowTitle(BuildInfo::productName() + " v"_L1 + BuildInfo::productVersion());
+    setFixedWidth(630);
+    m_ui->tableWidget->setColumnWidth(0, 211);
+    m_ui->tableWidget->setColumnWidth(1, 174);
+    m_ui->tableWidget->setColumnWidth(2, 174);
+    ui_loadColor();
+    ui_connect();
+    ui_shortcut();
+}
+
+void MainWindow::ui_connect()
+{
+    connect(m_ui->actionReloadWebData, &QAction::triggered, this, &MainWindow::action_loadWebData);
+    connect(m_ui->actionReloadSystemData, &QAction::triggered, this,
+            &MainWindow::action_loadSysData);
+    connect(m_ui->actionOpenLog, &QAction::triggered, this, &MainWindow::openLogFile);
+    connect(m_ui->LoadButton, &QPushButton::clicked, this, &MainWindow::action_loadSysData);
+    connect(&m_profiler, &Profiler::workFinished, this, &MainWindow::onSysDataLoaded);
+}
+
+void MainWindow::ui_shortcut()
+{
+    m_ui->actionReloadWebData->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_R));
+    m_ui->actionReloadSystemData->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_S));
+}
+
+bool MainWindow::action_loadWebData()
+{
+    // The load waits in nested event loops in which every action is live.
+    if (m_isLoadingWebData) {
+        return false;
+    }
+    const QScopedValueRollback loading(m_isLoadingWebData, true);
+
+    m_localVersionItems.clear();
+    m_applications.clear();
+    m_webAppNames.clear();
+    m_profiler.webData_update();
+    if (m_isClosed) {
+        return false;
+    }
+    m_webAppNames = m_profiler.getWebAppList();
+    if (m_webAppNames.isEmpty()) {
+        reportUnreachableCatalogue();
+        return false;
+    }
+    for (const QString& name : std::as_const(m_webAppNames)) {
+        m_applications.append(Application(name, &m_profiler));
+    }
+    table_init();
+    table_update();
+    return true;
+}
+
+void MainWindow::reportUnreachableCatalogue()
+{
+    QString message = tr("Ressources internet inaccessibles");
+    if (const QString error = m_profiler.webData_lastError(); !error.isEmpty()) {
+        message += "\n\n"_L1 + error;
+    }
+    QMessageBox::critical(this, tr("File Error"), message, QMessageBox::Ok);
+}
+
+void MainWindow::action_loadSysData()
+{
+    if (m_isClosed) {
+        return;
+    }
+    m_ui->LoadButton->setEnabled(false);
+    showWaitDialog();
+    m_profiler.sysData_update_thread();
+}
+
+void MainWindow::showWaitDialog()
+{
+    if (!m_waitDialog) {
+        m_waitDialog = new WaitDialog(this);
+    }
+    m_waitDialog->show();
+}
+
+void MainWindow::onSysDataLoaded()
+{
+    for (Application& application : m_applications) {
+        application.update();
+    }
+    table_update();
+    m_ui->LoadButton->setEnabled(true);
+    if (m_waitDialog) {
+        m_waitDialog->close();
+    }
+}
+
+void MainWindow::openLogFile()
+{
+    if (const QString path = Debug::logFilePath(); !path.isEmpty()) {
+        QDesktopServices::openUrl(QUrl::fromLocalFile(path));
+    }
+}
+
+void MainWindow::closeEvent(QCloseEvent* event)
+{
+    QMainWindow::closeEvent(event);
+    m_isClosed = event->isAccepted();
+    if (m_isClosed) {
+        m_profiler.webData_cancel();
+    }
+}
+
+void MainWindow::showEvent(QShowEvent* event)
+{
+    m_isClosed = false;
+    QMainWindow::showEvent(event);
+}

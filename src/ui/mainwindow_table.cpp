@@ -1,0 +1,159 @@
+#include "ui/mainwindow.h"
+#include "ui_mainwindow.h"
+
+#include "ui/rowcolor.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+const QString cellStyleSheet =
+    u"QLabel { color: black; }"
+    "QPushButton { color: black; background-color: #d0d0d0; border: 1px solid #a0a0a0; "
+    "border-radius: 3px; }"
+    "QPushButton:hover { background-color: #c0c0c0; }"
+    "QPushButton:pressed { background-color: #b0b0b0; }"
+    "QPushButton#cancelBtn { color: red; }"_s;
+
+QPushButton* newRowButton(const QString& name, const QString& text, const QString& toolTip,
+                          QWidget* cell)
+{
+    auto* button = new QPushButton(text, cell);
+    button->setObjectName(name);
+    button->setFixedSize(24, 24);
+    button->setToolTip(toolTip);
+    return button;
+}
+
+QTableWidgetItem* newBlackItem(const QString& text)
+{
+    auto* item = new QTableWidgetItem(text);
+    item->setForeground(QBrush(Qt::black));
+    return item;
+}
+
+} // namespace
+
+void MainWindow::table_init()
+{
+    QTableWidget* table = m_ui->tableWidget;
+    table->setRowCount(0);
+    m_localVersionItems.clear();
+    const int rows = int(std::min(m_webAppNames.size(), m_applications.size()));
+    if (rows > 0) {
+        // All at once: inserting rows one by one into a visible table is quadratic.
+        table->setRowCount(rows);
+        m_localVersionItems.reserve(rows);
+        for (int row = 0; row < rows; ++row) {
+            fillRow(row);
+        }
+    }
+    table_setColor();
+    // Else the first repaint would find every cell at the origin and paint them all.
+    table->doItemsLayout();
+}
+
+void MainWindow::fillRow(int row)
+{
+    const Application& application = m_applications[row];
+    QTableWidget* table = m_ui->tableWidget;
+
+    table->setItem(row, 0, newBlackItem(m_webAppNames[row]));
+
+    QTableWidgetItem* localVersion = newBlackItem(QString());
+    localVersion->setTextAlignment(Qt::AlignCenter);
+    m_localVersionItems.append(localVersion);
+    table->setItem(row, 1, localVersion);
+
+    auto* catalogue = new QTableWidgetItem;
+    table->setItem(row, 2, catalogue);
+    table->setCellWidget(row, 2, newCatalogueCell(row));
+    catalogue->setToolTip("Filename: "_L1 + application.getFilename() + "\nRelease Date: "_L1 +
+                          application.getReleaseDate());
+}
+
+QWidget* MainWindow::newCatalogueCell(int row)
+{
+    const Application& application = m_applications[row];
+    // A child of the viewport from the start: re-parenting would polish its styles a second time.
+    auto* cell = new QWidget(m_ui->tableWidget->viewport());
+    cell->setStyleSheet(cellStyleSheet);
+    auto* layout = new QHBoxLayout(cell);
+    layout->setContentsMargins(4, 0, 4, 0);
+    layout->setSpacing(4);
+
+    auto* version = new QLabel(application.getWebVersion(), cell);
+    version->setAlignment(Qt::AlignCenter);
+    layout->addWidget(version, 1);
+
+    auto* cancel = newRowButton(u"cancelBtn"_s, u"✕"_s, tr("Cancel download"), cell);
+    cancel->hide();
+    layout->addWidget(cancel, 0);
+
+    layout->addWidget(newRowButton(u"downloadBtn"_s, u"⤓"_s,
+                                   tr("Download & install:\n") + application.getFilename(), cell),
+                      0);
+    return cell;
+}
+
+void MainWindow::table_update()
+{
+    if (m_profiler.sysData_hasData()) {
+        const qsizetype rows = std::min(m_applications.size(), m_localVersionItems.size());
+        for (qsizetype row = 0; row < rows; ++row) {
+            const Application& application = m_applications[row];
+            m_localVersionItems[row]->setText(application.isInstall() ? application.getSysVersion()
+                                                                      : QString());
+        }
+    }
+    table_setColor();
+    m_ui->tableWidget->show();
+}
+
+void MainWindow::table_clear()
+{
+    m_localVersionItems.clear();
+    m_ui->tableWidget->setRowCount(0);
+}
+
+void MainWindow::ui_loadColor()
+{
+    const auto load = [this](const QString& mapKey, const QString& configKey) {
+        m_colors.insert(mapKey, QColor::fromString(m_config.getParameter(u"color"_s, configKey)));
+    };
+    load(QString(), u"base"_s);
+    load(u"-1"_s, u"down"_s);
+    load(u"0"_s, u"equal"_s);
+    load(u"1"_s, u"up"_s);
+}
+
+void MainWindow::ui_resetColor()
+{
+    m_colors.clear();
+    ui_loadColor();
+    m_config.print();
+}
+
+void MainWindow::table_setColor()
+{
+    const qsizetype rows = std::min(m_webAppNames.size(), m_applications.size());
+    for (int row = 0; row < rows; ++row) {
+        const Application& application = m_applications[row];
+        const bool isInstalled = application.isInstall();
+        table_setRowColor(
+            row, m_colors[rowColorKey(isInstalled, isInstalled ? application.versionsMatch() : 0)]);
+    }
+}
+
+void MainWindow::table_setRowColor(int row, const QColor& color)
+{
+    for (int column = 0; column < 3; ++column) {
+        if (QTableWidgetItem* item = m_ui->tableWidget->item(row, column)) {
+            item->setBackground(QBrush(color, Qt::SolidPattern));
+        }
+    }
+}

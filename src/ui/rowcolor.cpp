@@ -1,0 +1,6 @@
+#include "ui/rowcolor.h"
+
+QString rowColorKey(bool isInstalled, int order)
+{
+    return isInstalled ? QString::number(order) : QString();
+}

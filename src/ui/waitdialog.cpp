@@ -1,0 +1,34 @@
+#include "ui/waitdialog.h"
+
+#include <QLabel>
+#include <QMovie>
+#include <QVBoxLayout>
+
+using namespace Qt::Literals::StringLiterals;
+
+WaitDialog::WaitDialog(QWidget* parent) : QDialog(parent), m_message(new QLabel(this))
+{
+    setWindowTitle(tr("Veuillez patienter"));
+    setModal(true);
+
+    // Deliberately without an owner: it turns for as long as the program runs.
+    auto* movie = new QMovie(u":/images/loading.gif"_s);
+    movie->setScaledSize(QSize(64, 64));
+    auto* picture = new QLabel(this);
+    picture->setAlignment(Qt::AlignCenter);
+    picture->setMovie(movie);
+    movie->start();
+
+    m_message->setText(tr("Opération en cours..."));
+    m_message->setAlignment(Qt::AlignCenter);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(picture);
+    layout->addWidget(m_message);
+    setFixedSize(200, 140);
+}
+
+void WaitDialog::setMessage(const QString& text)
+{
+    m_message->setText(text);
+}

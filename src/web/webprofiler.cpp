@@ -1,0 +1,241 @@
+#include "web/webprofiler.h"
+
+#include "app/debug.h"
+#include "web/catalogueline.h"
+
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QNetworkReply>
+#include <QScopedPointer>
+#include <QTextStream>
+#include <QTimer>
+#include <QUrl>
+
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+WebProfiler::WebProfiler(const QString& url, const QString& csvPath, const QString& csvSeparator,
+                         const QString& softPath)
+    : m_url(url)
+    , m_csvPath(csvPath)
+    , m_softPath(softPath)
+    , m_csvSeparator(csvSeparator)
+{
+    Debug(Debug::Info) << "Init WebProfiler";
+}
+
+void WebProfiler::update()
+{
+    m_cancelled = false;
+    clear();
+    m_appList.clear();
+    m_lastError.clear();
+    Debug(Debug::Info) << "WebProfiler - data Updating...";
+    Debug(Debug::Info) << "WebProfiler - Reading csv data from: " << m_url + m_csvPath;
+    QElapsedTimer timer;
+    timer.start();
+
+    const QUrl url(m_url + m_csvPath);
+    QByteArray body = downloadData(url);
+    if (body.isEmpty() && !m_cancelled) {
+        Debug(Debug::Warning) << "WebProfiler - First attempt failed, retrying once in 2s...";
+        pauseBeforeRetry();
+        if (!m_cancelled) {
+            body = downloadData(url);
+        }
+    }
+    updateData(body);
+    if (m_appList.isEmpty() && m_lastError.isEmpty()) {
+        m_lastError =
+            body.isEmpty()
+                ? u"Réponse vide du serveur"_s
+                : u"CSV reçu (%1 octets) mais aucune entrée valide — format inattendu"_s.arg(
+                      body.size());
+    }
+    Debug(Debug::Info) << "WebProfiler - data updated (execution duration: "
+                       << static_cast<double>(timer.elapsed()) / 1000.0 << "s)";
+}
+
+void WebProfiler::cancel()
+{
+    m_cancelled = true;
+    if (m_waiting) {
+        m_waiting->quit();
+    }
+}
+
+void WebProfiler::wait(QEventLoop& loop)
+{
+    m_waiting = &loop;
+    loop.exec();
+    m_waiting = nullptr;
+}
+
+void WebProfiler::pauseBeforeRetry()
+{
+    QEventLoop loop;
+    QTimer::singleShot(2'000, Qt::CoarseTimer, &loop, &QEventLoop::quit);
+    wait(loop);
+}
+
+QByteArray WebProfiler::downloadData(const QUrl& url)
+{
+    QNetworkRequest request(url);
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
+                         QNetworkRequest::NoLessSafeRedirectPolicy);
+    const QScopedPointer<QNetworkReply, QScopedPointerDeleteLater> reply(m_network.get(request));
+
+    QEventLoop loop;
+    QTimer timer;
+    timer.setSingleShot(true);
+    // A flag, and not the timer's state: a box opened meanwhile can outlast both events.
+    bool timedOut = false;
+    QObject::connect(&timer, &QTimer::timeout, &loop, [&] {
+        timedOut = true;
+        loop.quit();
+    });
+    QObject::connect(reply.get(), &QNetworkReply::finished, &loop, [&] {
+        timer.stop();
+        loop.quit();
+    });
+    timer.start(15'000);
+    wait(loop);
+
+    if (timedOut) {
+        m_lastError = u"Timeout réseau après 15s (%1)"_s.arg(url.toString());
+        Debug(Debug::Error) << "WebProfiler - Network timeout for: " << url.toString();
+        reply->abort();
+        return {};
+    }
+    if (!reply->isFinished()) {
+        // Neither event ended the loop: the user closed the window or the application is quitting.
+        m_cancelled = true;
+        reply->abort();
+        return {};
+    }
+    if (reply->error() != QNetworkReply::NoError) {
+        const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+        QString error = reply->errorString();
+        if (status != 0) {
+            error += " (HTTP "_L1 + QString::number(status) + u')';
+        }
+        m_lastError = error;
+        Debug(Debug::Error) << "WebProfiler - Network error: " << error;
+        return {};
+    }
+    return reply->readAll();
+}
+
+void WebProfiler::updateData(const QByteArray& data)
+{
+    QTextStream lines(data, QIODevice::ReadOnly);
+    // Deliberately as they stand: titles are neither trimmed nor unquoted.
+    const QStringList titles = lines.readLine().split(m_csvSeparator);
+    QHash<QString, qsizetype> columns; // a title's place among a row's values
+    QList<qsizetype> places; // the same by field; of two columns of one title the later one counts
+    for (const QString& title : titles.sliced(1)) {
+        if (!columns.contains(title)) {
+            columns.insert(title, columns.size());
+        }
+        places.append(columns[title]);
+    }
+
+    QString line;
+    while (lines.readLineInto(&line)) {
+        const QStringList fields = catalogueFields(line, m_csvSeparator);
+        Row row{columns, {}};
+        row.values.resize(std::min(fields.size() - 1, places.size()));
+        for (qsizetype i = 0; i < row.values.size(); ++i) {
+            row.values[places[i]] = fields[i + 1];
+        }
+        if (row.value(u"Ignored"_s) == "0"_L1) {
+            m_data.insert(fields.constFirst(), row);
+            m_appList.append(fields.constFirst());
+        }
+    }
+}
+
+QString WebProfiler::Row::value(const QString& column) const
+{
+    const qsizetype place = columns.value(column, -1);
+    return place >= 0 && place < values.size() ? values[place] : QString();
+}
+
+void WebProfiler::clear()
+{
+    Debug(Debug::Info) << "WebProfiler - Clear Data";
+    m_data.clear();
+}
+
+void WebProfiler::setUrl(const QString& url)
+{
+    m_url = url;
+}
+
+void WebProfiler::setCsvPath(const QString& csvPath)
+{
+    m_csvPath = csvPath;
+}
+
+void WebProfiler::setSoftPath(const QString& softPath)
+{
+    m_softPath = softPath;
+}
+
+void WebProfiler::setCsvSeparator(const QString& csvSeparator)
+{
+    m_csvSeparator = csvSeparator;
+}
+
+QUrl WebProfiler::getUrl() const
+{
+    return QUrl(m_url);
+}
+
+QStringList WebProfiler::find(const QString& name) const
+{
+    if (m_data.contains(name)) {
+        return {name};
+    }
+    QStringList names;
+    for (auto entry = m_data.cbegin(); entry != m_data.cend(); ++entry) {
+        if (entry.key().startsWith(name)) {
+            names.append(entry.key());
+        }
+    }
+    return names;
+}
+
+QString WebProfiler::getValue(const QString& name, const QString& column) const
+{
+    const auto row = m_data.constFind(name);
+    return row == m_data.cend() ? QString() : row->value(column);
+}
+
+QString WebProfiler::getVersion(const QString& name) const
+{
+    return getValue(name, u"Version"_s);
+}
+
+QString WebProfiler::getReleaseDate(const QString& name) const
+{
+    return getValue(name, u"Release date"_s);
+}
+
+QString WebProfiler::getFilename(const QString& name) const
+{
+    return getValue(name, u"Filename"_s);
+}
+
+bool WebProfiler::isIgnored(const QString& name) const
+{
+    bool isNumber = false;
+    const int number = getValue(name, u"Ignored"_s).toInt(&isNumber);
+    return isNumber && (number == 0 || number == 1);
+}
+
+QString WebProfiler::getUrlToFile(const QString& name) const
+{
+    return m_url + m_softPath + getValue(name, u"Filename"_s);
+}
