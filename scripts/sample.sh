@@ -1,0 +1,59 @@
+# shellcheck shell=bash
+# Quillmere on the sample organisation, all of it below $out: bundles, server, HOME.
+
+out=${out:?the folder for output, set by the script that sources this file}
+home=$out/home
+settings=$home/Library/Quillmere
+quillmere_id=""
+
+make_sample() {
+    python3 sample/make_sample.py "$out" \
+        || fail "the sample organisation could not be made; its reason is above"
+}
+
+# Starts the catalogue server; its address is in base_url.
+start_server() {
+    start server python3 sample/server.py --root "$out/www" --port-file "$out/port" \
+        --slow-list "$out/slow-files.txt"
+    wait_until 20 "the catalogue server" test -s "$out/port"
+    base_url="http://127.0.0.1:$(cat "$out/port")/"
+}
+
+# Quillmere's defaults, but for the server's address.
+write_configuration() {
+    mkdir -p "$settings" "$home/Downloads"
+    cat >"$settings/config.xml" <<END
+<?xml version="1.0" encoding="UTF-8"?>
+<root>
+	<color>
+		<base>#d4d4d4</base>
+		<down>#ffdada</down>
+		<equal>#daffda</equal>
+		<up>#dadaff</up>
+	</color>
+	<localconfig>
+		<downloadFolder>~/Downloads</downloadFolder>
+	</localconfig>
+	<webconfig>
+		<baseURL>$base_url</baseURL>
+		<csvPath>config/01_MacOS.csv</csvPath>
+		<csvSeparator>,</csvSeparator>
+		<softPath>data/software/macos/</softPath>
+	</webconfig>
+</root>
+END
+}
+
+# Starts Quillmere where it sees the sample's bundles, server and HOME, and nothing of the user's.
+start_quillmere() {
+    local path=$PWD/sample/bin:$PATH
+    on_mac || path=$PWD/sample/plutil:$path
+    # With another HOME, the display's key would be looked for in the wrong folder.
+    export XAUTHORITY="${XAUTHORITY:-${HOME-}/.Xauthority}"
+    start quillmere env -u XDG_CONFIG_HOME -u XDG_DATA_HOME -u XDG_CACHE_HOME -u XDG_STATE_HOME \
+        -u http_proxy -u https_proxy -u all_proxy -u HTTP_PROXY -u HTTPS_PROXY -u ALL_PROXY \
+        HOME="$PWD/$home" PATH="$path" QUILLMERE_SAMPLE_APPLICATIONS="$PWD/$out/Applications" \
+        build/release/quillmere
+    # shellcheck disable=SC2034 # for the scripts that source this file
+    quillmere_id=${last_id:?}
+}
