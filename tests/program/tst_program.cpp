@@ -1,0 +1,457 @@
+#include "app/buildinfo.h"
+#include "system/system.h"
+
+#include "support/httpserver.h"
+#include "support/privatehome.h"
+#include "support/standin.h"
+
+#include <QFile>
+#include <QHash>
+#include <QImage>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QSet>
+#include <QStandardPaths>
+#include <QSysInfo>
+#include <QTest>
+#include <QUrl>
+
+#include <algorithm>
+#include <iterator>
+#include <optional>
+
+#ifdef Q_OS_LINUX
+#include <signal.h>
+#include <sys/prctl.h>
+#endif
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+const QString title = u"Quillmere v26.3.0"_s;
+const QString boxTitle = u"File Error"_s;
+const QString waitTitle = u"Veuillez patienter"_s;
+
+QStringList banner()
+{
+    return {u"[INFO] Quillmere START"_s,
+            u"[INFO] Author: "_s + BuildInfo::authorName(),
+            u"[INFO] Mail: "_s + BuildInfo::authorMail(),
+            u"[INFO] Version: 26.3.0 (Build on %1)"_s.arg(BuildInfo::buildDate()),
+            u"[INFO] Based on Qt "_s + QStringLiteral(QT_VERSION_STR),
+            u"[INFO] CPU Architecture: "_s + System::cpuArchitecture(),
+            u"[INFO] OS: "_s + QSysInfo::prettyProductName()};
+}
+
+/// What a command prints, when it ends within 20 s; the test's own event loop stands still.
+QByteArray output(const QString& command, const QStringList& arguments)
+{
+    QProcess process;
+    process.start(command, arguments);
+    process.waitForFinished(20'000);
+    return process.readAllStandardOutput();
+}
+
+QString xdotool(const QStringList& arguments)
+{
+    return QString::fromUtf8(output(u"xdotool"_s, arguments)).trimmed();
+}
+
+void stop(QProcess& process)
+{
+    if (process.state() != QProcess::NotRunning) {
+        process.kill();
+        process.waitForFinished();
+    }
+}
+
+/// Whether @p picture shows rows of each of the four default colours.
+bool showsAllColors(const QImage& picture)
+{
+    QHash<QRgb, int> pixels = {{0xffd4d4d4, 0}, {0xffffdada, 0}, {0xffdaffda, 0}, {0xffdadaff, 0}};
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            if (const auto found = pixels.find(picture.pixel(x, y)); found != pixels.end()) {
+                ++*found;
+            }
+        }
+    }
+    return std::all_of(pixels.cbegin(), pixels.cend(), [](int count) { return count > 5'000; });
+}
+
+/// Has @p process end with this one, however this one ends.
+void tie(QProcess& process)
+{
+#ifdef Q_OS_LINUX
+    process.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGTERM); });
+#else
+    Q_UNUSED(process)
+#endif
+}
+
+} // namespace
+
+/// Runs the built program as its user does: its own process, real windows under a window manager,
+/// the real `find`, a catalogue fetched over HTTP.
+class TestProgram : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanupTestCase();
+    void init();
+    void cleanup();
+
+    void showsTheColoredTable();
+    void showsTheWaitDialogDuringTheScan();
+    void scansAfterTheErrorBoxAndWritesDefaultSettings();
+    void endsByItselfWhenClosedDuringTheFirstLoad();
+    void endsByItselfWhenClosedBeforeTheRetry();
+    void runsWithoutALogFolder();
+
+private:
+    void startDisplay();
+    void startWindowManager();
+    void writeSettings(const QString& baseUrl);
+    void install(const QString& path, const QByteArray& version);
+    void start();
+    /// The titles of the program's visible windows, sorted.
+    [[nodiscard]] QStringList windows() const;
+    /// The ids of those whose title matches.
+    [[nodiscard]] QString search(const QString& namePattern) const;
+    [[nodiscard]] QString windowId(const QString& windowTitle) const;
+    /// Presses a key in the window with that title.
+    void press(const QString& windowTitle, const QString& key) const;
+    void closeWindow() const { press(title, u"alt+F4"_s); }
+    [[nodiscard]] QImage picture() const;
+    [[nodiscard]] bool hasLogged(const QString& text) const;
+    /// The program's end, watched: fails on a window that is not the main one.
+    void verifyEndsWithoutABox();
+    void verifyEndedWell() const;
+
+    QProcess m_xvfb;
+    QProcess m_openbox;
+    QString m_find; ///< the machine's own
+    std::optional<PrivateHome> m_home;
+    std::optional<StandIns> m_commands;
+    std::optional<HttpServer> m_server;
+    QProcessEnvironment m_environment;
+    std::optional<QProcess> m_program;
+};
+
+void TestProgram::initTestCase()
+{
+    for (const QString& command :
+         {u"Xvfb"_s, u"openbox"_s, u"xdotool"_s, u"xprop"_s, u"import"_s, u"find"_s}) {
+        QVERIFY2(!QStandardPaths::findExecutable(command).isEmpty(),
+                 qPrintable(command + " is missing; ./test.sh installs it"_L1));
+    }
+    m_find = QStandardPaths::findExecutable(u"find"_s);
+    startDisplay();
+    if (!QTest::currentTestFailed()) {
+        startWindowManager();
+    }
+}
+
+void TestProgram::startDisplay()
+{
+    tie(m_xvfb);
+    m_xvfb.start(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, u"1024x768x24"_s,
+                             u"-nolisten"_s, u"tcp"_s});
+    QVERIFY2(m_xvfb.waitForStarted(), qPrintable(m_xvfb.errorString()));
+    QTRY_VERIFY2_WITH_TIMEOUT(m_xvfb.canReadLine(), "Xvfb does not say which display it has",
+                              30'000);
+    qputenv("DISPLAY", ':' + m_xvfb.readLine().trimmed());
+    qunsetenv("WAYLAND_DISPLAY");
+}
+
+void TestProgram::startWindowManager()
+{
+    const PrivateHome home;
+    tie(m_openbox);
+    m_openbox.start(u"openbox"_s, {u"--sm-disable"_s});
+    QVERIFY2(m_openbox.waitForStarted(), qPrintable(m_openbox.errorString()));
+    QTRY_VERIFY_WITH_TIMEOUT(
+        output(u"xprop"_s, {u"-root"_s, u"_NET_SUPPORTING_WM_CHECK"_s}).contains("window id"),
+        30'000);
+}
+
+void TestProgram::cleanupTestCase()
+{
+    stop(m_openbox);
+    m_xvfb.terminate(); // so that it removes its lock
+    m_xvfb.waitForFinished();
+}
+
+void TestProgram::init()
+{
+    m_home.emplace();
+    m_commands.emplace();
+    // The real find, in the folder that stands for "/Applications".
+    m_commands->add(u"find"_s, "test \"$1\" = /Applications || exit 1\n"
+                               "shift\n"
+                               "while [ -e \"$HOME/hold\" ]; do sleep 0.02; done\n"
+                               "exec '" +
+                                   m_find.toLocal8Bit() + "' \"$HOME/Applications\" \"$@\"\n");
+    m_server.emplace();
+    m_environment = QProcessEnvironment::systemEnvironment();
+    m_environment.insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
+    m_environment.insert(u"QT_FORCE_STDERR_LOGGING"_s, u"1"_s);
+    // The desktop of whoever runs the test has no part in it.
+    m_environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, u"unix:path=/nowhere"_s);
+    for (const QString& name : {u"QT_MESSAGE_PATTERN"_s, u"QT_LOGGING_RULES"_s, u"http_proxy"_s,
+                                u"https_proxy"_s, u"all_proxy"_s, u"no_proxy"_s}) {
+        m_environment.remove(name);
+        m_environment.remove(name.toUpper());
+    }
+}
+
+void TestProgram::cleanup()
+{
+    if (m_program) {
+        if (QTest::currentTestFailed()) {
+            qDebug().noquote() << m_program->readAllStandardError();
+        }
+        stop(*m_program);
+    }
+    m_program.reset();
+    m_server.reset();
+    m_commands.reset();
+    m_home.reset();
+}
+
+void TestProgram::writeSettings(const QString& baseUrl)
+{
+    m_home->write(u"Library/Quillmere/config.xml"_s,
+                  "<root><color><base>#d4d4d4</base><down>#ffdada</down><equal>#daffda</equal>"
+                  "<up>#dadaff</up></color><webconfig><baseURL>" +
+                      baseUrl.toUtf8() +
+                      "</baseURL><csvPath>catalogue.csv</csvPath>"
+                      "<csvSeparator>;</csvSeparator><softPath>s/</softPath></webconfig>"
+                      "<localconfig><downloadFolder></downloadFolder></localconfig></root>");
+}
+
+void TestProgram::install(const QString& path, const QByteArray& version)
+{
+    m_home->write(u"Applications/"_s + path + "/Contents/Info.plist"_L1,
+                  "<plist><dict><key>CFBundleShortVersionString</key><string>" + version +
+                      "</string></dict></plist>");
+}
+
+void TestProgram::start()
+{
+    m_program.emplace();
+    m_program->setProcessEnvironment(m_environment);
+    tie(*m_program);
+    m_program->start(QStringLiteral(QUILLMERE_PROGRAM), QStringList());
+    QVERIFY2(m_program->waitForStarted(), qPrintable(m_program->errorString()));
+}
+
+QStringList TestProgram::windows() const
+{
+    QStringList askForNames;
+    for (const QString& id : search(u"."_s).split(u'\n', Qt::SkipEmptyParts)) {
+        askForNames << u"getwindowname"_s << id;
+    }
+    QStringList titles;
+    if (!askForNames.isEmpty()) {
+        titles = xdotool(askForNames).split(u'\n', Qt::SkipEmptyParts);
+    }
+    titles.sort();
+    return titles;
+}
+
+QString TestProgram::search(const QString& namePattern) const
+{
+    return xdotool({u"search"_s, u"--onlyvisible"_s, u"--all"_s, u"--pid"_s,
+                    QString::number(m_program->processId()), u"--name"_s, namePattern});
+}
+
+QString TestProgram::windowId(const QString& windowTitle) const
+{
+    return search(u'^' + QRegularExpression::escape(windowTitle) + u'$');
+}
+
+void TestProgram::press(const QString& windowTitle, const QString& key) const
+{
+    xdotool({u"windowactivate"_s, u"--sync"_s, windowId(windowTitle), u"key"_s, key});
+}
+
+QImage TestProgram::picture() const
+{
+    return QImage::fromData(
+        output(u"import"_s, {u"-silent"_s, u"-window"_s, windowId(title), u"ppm:-"_s}), "PPM");
+}
+
+bool TestProgram::hasLogged(const QString& text) const
+{
+    return QString::fromUtf8(PrivateHome::read(m_home->logPath())).contains(text);
+}
+
+void TestProgram::verifyEndsWithoutABox()
+{
+    QStringList seen;
+    const auto hasEnded = [this, &seen] {
+        if (m_program->state() == QProcess::NotRunning) {
+            return true;
+        }
+        seen += windows();
+        return false;
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(hasEnded(), 8'000);
+    seen.removeAll(title);
+    QCOMPARE(seen, QStringList());
+    verifyEndedWell();
+}
+
+void TestProgram::verifyEndedWell() const
+{
+    QCOMPARE(m_program->exitStatus(), QProcess::NormalExit);
+    QCOMPARE(m_program->exitCode(), 0);
+}
+
+void TestProgram::showsTheColoredTable()
+{
+    writeSettings(m_server->url());
+    const QByteArray settings = PrivateHome::read(m_home->configPath());
+    m_home->write(u"Library/Quillmere/quillmere.log"_s, "of an earlier run\n");
+    m_server->reply(u"catalogue.csv"_s,
+                    {.body = "Name;Version;Release date;Filename;Ignored\n"
+                             "Amp;1.0;;a.zip;0\nMixer;2.0;;m.zip;0\nSynth;2.0;;s.zip;0\n"
+                             "Tuner;1.0;;t.zip;0\nHidden;1.0;;h.zip;1\n"});
+    install(u"Mixer.app"_s, "1.9");
+    install(u"Studio/Synth 2.app"_s, "2.0");
+    install(u"Studio/Synth 2.app/Contents/Helper.app"_s, "9.9");
+    install(u"Tuner.app"_s, "1.1");
+    const QString folder = m_home->path() + "/Applications/"_L1;
+
+    start();
+    QTRY_VERIFY_WITH_TIMEOUT(hasLogged(u"SysProfiler - data updated"_s), 30'000);
+    QTRY_COMPARE_WITH_TIMEOUT(windows(), QStringList{title}, 10'000);
+
+    const QString header =
+        QString::fromUtf8(PrivateHome::read(m_home->logPath())).section(u'\n', 0, 0);
+    static const QRegularExpression form(
+        uR"(^=== Quillmere 26\.3\.0 — \d{4}-\d\d-\d\d \d\d:\d\d:\d\d ===$)"_s);
+    QVERIFY2(form.match(header).hasMatch(), qUtf8Printable(header));
+    const QStringList log = m_home->logLines();
+    QCOMPARE(log.mid(0, 7), banner());
+    QStringList story = {u"[INFO] Config - Base URL: "_s + m_server->url(),
+                         u"[INFO] Config - CSV: catalogue.csv"_s,
+                         u"[INFO] Config - Download folder: (default: ~/Downloads)"_s,
+                         u"[INFO] WebProfiler - data Updating..."_s,
+                         u"[INFO] SysProfiler - New thread start"_s,
+                         u"[INFO] SysProfiler - data Updating..."_s,
+                         u"[INFO] SysProfiler [find] — 3 apps found"_s,
+                         u"[INFO]   + Mixer (%1Mixer.app)"_s.arg(folder),
+                         u"[INFO]   + Synth 2 (%1Studio/Synth 2.app)"_s.arg(folder),
+                         u"[INFO]   + Tuner (%1Tuner.app)"_s.arg(folder),
+                         u"[WARNING] Profiler - 'Amp' → NOT FOUND in system"_s,
+                         u"[INFO] Profiler - 'Mixer' → matched 'Mixer' v1.9"_s,
+                         u"[INFO] Profiler - 'Synth' → matched 'Synth 2' v2.0"_s,
+                         u"[INFO] Profiler - 'Tuner' → matched 'Tuner' v1.1"_s};
+    const QSet<QString> told(story.begin(), story.end());
+    QStringList found;
+    std::copy_if(log.begin(), log.end(), std::back_inserter(found),
+                 [&told](const QString& line) { return told.contains(line); });
+    QCOMPARE(found, story);
+    QCOMPARE(m_server->requests(), QStringList{u"/catalogue.csv"_s});
+
+    QTRY_VERIFY_WITH_TIMEOUT(showsAllColors(picture()), 10'000);
+
+    closeWindow();
+    verifyEndsWithoutABox();
+    QCOMPARE(PrivateHome::read(m_home->configPath()), settings);
+}
+
+void TestProgram::showsTheWaitDialogDuringTheScan()
+{
+    writeSettings(m_server->url());
+    m_server->reply(u"catalogue.csv"_s,
+                    {.body = "Name;Version;Release date;Filename;Ignored\nAmp;1.0;;a.zip;0\n"});
+    const QString hold = m_home->write(u"hold"_s, {});
+    start();
+    QTRY_COMPARE_WITH_TIMEOUT(windows(), (QStringList{title, waitTitle}), 30'000);
+    QVERIFY(!hasLogged(u"apps found"_s));
+    QVERIFY(QFile::remove(hold));
+    QTRY_COMPARE_WITH_TIMEOUT(windows(), QStringList{title}, 10'000);
+    QVERIFY(hasLogged(u"SysProfiler [find] — 0 apps found"_s));
+    closeWindow();
+    verifyEndsWithoutABox();
+}
+
+void TestProgram::scansAfterTheErrorBoxAndWritesDefaultSettings()
+{
+    // Takes the place of the network: no request leaves the machine, and none succeeds.
+    m_environment.insert(u"http_proxy"_s, m_server->url());
+    m_environment.insert(u"https_proxy"_s, m_server->url());
+    start();
+    QTRY_COMPARE_WITH_TIMEOUT(windows(), (QStringList{boxTitle, title}), 30'000);
+    QVERIFY(!hasLogged(u"SysProfiler - New thread start"_s));
+    const QString host = QUrl(BuildInfo::defaultBaseUrl()).host() + ":443"_L1;
+    QCOMPARE(m_server->requests(), (QStringList{host, host}));
+
+    press(boxTitle, u"Return"_s);
+    QTRY_VERIFY_WITH_TIMEOUT(hasLogged(u"SysProfiler - data updated"_s), 20'000);
+    QTRY_COMPARE_WITH_TIMEOUT(windows(), QStringList{title}, 10'000);
+    closeWindow();
+    verifyEndsWithoutABox();
+
+    QFile defaults(u":/resources/default-config.xml"_s);
+    QVERIFY(defaults.open(QIODevice::ReadOnly));
+    QCOMPARE(PrivateHome::read(m_home->configPath()), defaults.readAll());
+    QVERIFY(QFile::permissions(m_home->configPath()).testFlag(QFile::WriteOwner));
+    QCOMPARE(m_home->logLines().mid(0, 7), banner());
+}
+
+void TestProgram::endsByItselfWhenClosedDuringTheFirstLoad()
+{
+    writeSettings(m_server->url());
+    m_server->reply(u"catalogue.csv"_s, {.body = {}, .manner = HttpReply::Silent});
+    start();
+    QTRY_COMPARE_WITH_TIMEOUT(m_server->requests().size(), 1, 30'000);
+    QTRY_COMPARE_WITH_TIMEOUT(windows(), QStringList{title}, 10'000);
+    closeWindow();
+    verifyEndsWithoutABox();
+    QVERIFY(!hasLogged(u"SysProfiler - New thread start"_s));
+    QCOMPARE(m_server->requests().size(), 1);
+}
+
+void TestProgram::endsByItselfWhenClosedBeforeTheRetry()
+{
+    writeSettings(m_server->url());
+    m_server->reply(u"catalogue.csv"_s, {.body = {}});
+    m_server->reply(u"catalogue.csv"_s, {.body = {}, .manner = HttpReply::Silent});
+    start();
+    QTRY_VERIFY_WITH_TIMEOUT(hasLogged(u"WebProfiler - First attempt failed"_s), 30'000);
+    QTRY_COMPARE_WITH_TIMEOUT(windows(), QStringList{title}, 10'000);
+    closeWindow();
+    verifyEndsWithoutABox();
+    QVERIFY(!hasLogged(u"SysProfiler - New thread start"_s));
+}
+
+void TestProgram::runsWithoutALogFolder()
+{
+    m_home->write(u"Library"_s, "a file in the folder's place\n");
+    start();
+    // Without a folder there are no settings either, so no address to load from.
+    QTRY_COMPARE_WITH_TIMEOUT(windows(), (QStringList{boxTitle, title}), 30'000);
+    press(boxTitle, u"Return"_s);
+    QTRY_COMPARE_WITH_TIMEOUT(windows(), QStringList{title}, 10'000);
+    closeWindow();
+    verifyEndsWithoutABox();
+
+    QStringList lines;
+    for (const QString& line : QString::fromUtf8(m_program->readAllStandardError()).split(u'\n')) {
+        if (line.contains(u" [INFO] ")) {
+            lines.append(line.section(u' ', 1));
+        }
+    }
+    QCOMPARE(lines.mid(0, 7), banner());
+    QCOMPARE(PrivateHome::read(m_home->path() + "/Library"_L1), "a file in the folder's place\n");
+}
+
+QTEST_GUILESS_MAIN(TestProgram)
+#include "tst_program.moc"

@@ -1,0 +1,29 @@
+#include "support/modalbox.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+
+BoxAnswerer::BoxAnswerer(QMessageBox::StandardButton button) : m_button(button)
+{
+    m_timer.callOnTimeout(this, [this] { answer(); });
+    m_timer.start(5);
+}
+
+void BoxAnswerer::answer()
+{
+    auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+    if (!box || !box->isVisible()) {
+        return;
+    }
+    m_titles.append(box->windowTitle());
+    m_texts.append(box->text());
+    if (m_look) {
+        m_look(*box);
+    }
+    if (QAbstractButton* button = box->button(m_button)) {
+        button->click();
+    } else {
+        ++m_unanswered;
+        box->reject();
+    }
+}

@@ -1,0 +1,175 @@
+#include "ui/waitdialog.h"
+
+#include <QApplication>
+#include <QLabel>
+#include <QMovie>
+#include <QTest>
+#include <QTranslator>
+#include <QVBoxLayout>
+#include <QWidget>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// The dialog's labels from top to bottom: the picture, then the message.
+QList<QLabel*> labels(const WaitDialog& dialog)
+{
+    QList<QLabel*> labels;
+    for (int i = 0; dialog.layout() && i < dialog.layout()->count(); ++i) {
+        labels.append(qobject_cast<QLabel*>(dialog.layout()->itemAt(i)->widget()));
+    }
+    return labels;
+}
+
+QList<QWidget*> visibleWaitDialogs()
+{
+    QList<QWidget*> dialogs;
+    for (QWidget* window : QApplication::topLevelWidgets()) {
+        if (qobject_cast<WaitDialog*>(window) && window->isVisible()) {
+            dialogs.append(window);
+        }
+    }
+    return dialogs;
+}
+
+} // namespace
+
+class TestWaitDialog : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void isAModalDialogOfItsParent();
+    void isNotShownByItself();
+    void showDoesNotBlock();
+    void stacksPictureAndMessage();
+    void animationIsSmoothAndRunsAlready();
+    void animationTurnsWhileShownAndAfterAReopening();
+    void setMessageReplacesTheTextAlone();
+    void shownTwiceItStaysOneWindow();
+    void textsCanBeTranslated();
+};
+
+void TestWaitDialog::isAModalDialogOfItsParent()
+{
+    QWidget parent;
+    const WaitDialog dialog(&parent);
+    QCOMPARE(dialog.parentWidget(), &parent);
+    QCOMPARE(dialog.windowTitle(), u"Veuillez patienter"_s);
+    QVERIFY(dialog.isModal());
+    QVERIFY(dialog.isWindow());
+    QCOMPARE(dialog.windowFlags(), QDialog(&parent).windowFlags());
+    QCOMPARE(dialog.minimumSize(), QSize(200, 140));
+    QCOMPARE(dialog.maximumSize(), QSize(200, 140));
+}
+
+void TestWaitDialog::isNotShownByItself()
+{
+    const WaitDialog dialog;
+    QCoreApplication::processEvents();
+    QVERIFY(dialog.isHidden());
+}
+
+void TestWaitDialog::showDoesNotBlock()
+{
+    WaitDialog dialog;
+    dialog.show();
+    QVERIFY(dialog.isVisible());
+    QCOMPARE(QApplication::activeModalWidget(), &dialog);
+    QCOMPARE(dialog.size(), QSize(200, 140));
+    dialog.close();
+    QVERIFY(!dialog.isVisible());
+    QVERIFY(!QApplication::activeModalWidget());
+}
+
+void TestWaitDialog::stacksPictureAndMessage()
+{
+    const WaitDialog dialog;
+    QVERIFY(qobject_cast<QVBoxLayout*>(dialog.layout()));
+    const QList<QLabel*> stack = labels(dialog);
+    QCOMPARE(stack.size(), 2);
+    QVERIFY(stack[0] && stack[1]);
+    QCOMPARE(dialog.findChildren<QLabel*>().size(), 2);
+
+    QVERIFY(stack[0]->movie());
+    QCOMPARE(stack[0]->alignment(), Qt::AlignCenter);
+    QVERIFY(!stack[1]->movie());
+    QCOMPARE(stack[1]->text(), u"Opération en cours..."_s);
+    QCOMPARE(stack[1]->alignment(), Qt::AlignCenter);
+}
+
+void TestWaitDialog::animationIsSmoothAndRunsAlready()
+{
+    const WaitDialog dialog;
+    QMovie* movie = labels(dialog).constFirst()->movie();
+    QCOMPARE(movie->fileName(), u":/images/loading.gif"_s);
+    QVERIFY(movie->isValid());
+    QVERIFY2(movie->frameCount() >= 8, "an animation, and a smooth one");
+    QCOMPARE(movie->scaledSize(), QSize(64, 64));
+    QCOMPARE(movie->state(), QMovie::Running);
+    QVERIFY2(!movie->parent(), "it turns for as long as the program runs");
+    QCOMPARE(movie->currentPixmap().size(), QSize(64, 64));
+}
+
+void TestWaitDialog::animationTurnsWhileShownAndAfterAReopening()
+{
+    WaitDialog dialog;
+    const QMovie* movie = labels(dialog).constFirst()->movie();
+    for (int i = 0; i < 2; ++i) {
+        dialog.show();
+        const int frame = movie->currentFrameNumber();
+        QTRY_VERIFY(movie->currentFrameNumber() != frame);
+        dialog.close();
+    }
+    QCOMPARE(movie->state(), QMovie::Running);
+}
+
+void TestWaitDialog::setMessageReplacesTheTextAlone()
+{
+    WaitDialog dialog;
+    dialog.show();
+    const QMovie* movie = labels(dialog)[0]->movie();
+    dialog.setMessage(u"Préparation de l'installation..."_s);
+    QCOMPARE(labels(dialog)[1]->text(), u"Préparation de l'installation..."_s);
+    QCOMPARE(labels(dialog)[0]->movie(), movie);
+    QCOMPARE(dialog.windowTitle(), u"Veuillez patienter"_s);
+    QCOMPARE(dialog.size(), QSize(200, 140));
+    QVERIFY(dialog.isVisible());
+    dialog.close();
+    dialog.show();
+    QCOMPARE(labels(dialog)[1]->text(), u"Préparation de l'installation..."_s);
+}
+
+void TestWaitDialog::shownTwiceItStaysOneWindow()
+{
+    WaitDialog dialog;
+    dialog.show();
+    dialog.show();
+    QCOMPARE(visibleWaitDialogs(), QList<QWidget*>{&dialog});
+    dialog.close();
+    QVERIFY2(visibleWaitDialogs().isEmpty(), "closed once, gone");
+}
+
+void TestWaitDialog::textsCanBeTranslated()
+{
+    class Translator : public QTranslator
+    {
+    public:
+        [[nodiscard]] bool isEmpty() const override { return false; }
+        [[nodiscard]] QString translate(const char* context, const char* text, const char*,
+                                        int) const override
+        {
+            return qstrcmp(context, "WaitDialog") == 0 ? u'[' + QString::fromUtf8(text) + u']'
+                                                       : QString();
+        }
+    };
+    Translator translator;
+    QVERIFY(QCoreApplication::installTranslator(&translator));
+    const WaitDialog dialog;
+    QCOMPARE(dialog.windowTitle(), u"[Veuillez patienter]"_s);
+    QCOMPARE(labels(dialog)[1]->text(), u"[Opération en cours...]"_s);
+}
+
+QTEST_MAIN(TestWaitDialog)
+#include "tst_waitdialog.moc"
