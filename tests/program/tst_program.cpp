@@ -300,7 +300,7 @@ void TestProgram::verifyEndsWithoutABox()
         seen += windows();
         return false;
     };
-    QTRY_VERIFY_WITH_TIMEOUT(hasEnded(), 8'000);
+    QTRY_VERIFY_WITH_TIMEOUT(hasEnded(), 10'000);
     seen.removeAll(title);
     QCOMPARE(seen, QStringList());
     verifyEndedWell();

@@ -3,6 +3,7 @@
 #include "app/debug.h"
 
 #include <QDir>
+#include <QFile>
 #include <QStandardPaths>
 
 using namespace Qt::Literals::StringLiterals;

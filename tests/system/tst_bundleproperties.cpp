@@ -2,10 +2,11 @@
 
 #include "system/scanmachine.h"
 
-#include <QElapsedTimer>
 #include <QDir>
+#include <QFile>
 #include <QLoggingCategory>
 #include <QTest>
+#include <QThread>
 
 #include <memory>
 #include <optional>
@@ -70,6 +71,10 @@ private Q_SLOTS:
 
     void xmlValueIsReadWithoutPlutil_data();
     void xmlValueIsReadWithoutPlutil();
+    void keyMustBeEqual_data();
+    void keyMustBeEqual();
+    void lastValueOfTheKeyCountsHoweverDeep_data();
+    void lastValueOfTheKeyCountsHoweverDeep();
     void unreadableXmlIsGivenToPlutil_data();
     void unreadableXmlIsGivenToPlutil();
     void valueReadBeforeTheXmlBreaksStays_data();
@@ -91,7 +96,7 @@ private Q_SLOTS:
     void versionOfABinaryPlist();
     void longVersionOfABinaryPlist();
     void bothKeysOfABinaryPlistAreAskedFor();
-    void versionBehindThePlainOneIsNotShortened();
+    void onlyGetVersionShortens();
     void plistPathIsTheLocationWithContentsBehindIt();
     void missingPlistIsWarnedOfOnce();
     void bundleThatIsMissingIsWarnedOf();
@@ -190,47 +195,77 @@ void TestBundleProperties::xmlValueIsReadWithoutPlutil_data()
     row("truth value is empty", xmlPlist(entry("CFBundleShortVersionString", "<true/>")), {});
     row("empty text", xmlPlist(shortVersion("")), {});
     row("empty element", xmlPlist(entry("CFBundleShortVersionString", "<string/>")), {});
-
-    row("letter case of the key counts", xmlPlist(entry("CFBundleShortVersionstring", text("x"))),
-        {});
-    row("key must be equal, not begin so",
-        xmlPlist(entry("CFBundleShortVersionStringX", text("x"))), {});
-    row("blanks around the key count", xmlPlist(entry(" CFBundleShortVersionString ", text("x"))),
-        {});
-    row("key in CDATA and with entities",
-        xmlPlist(entry("<![CDATA[CFBundle]]>ShortVersionStrin&#103;", text("2.0"))), u"2.0"_s);
-    row("letter case of the key's element counts",
-        xmlPlist("<KEY>CFBundleShortVersionString</KEY>" + text("x")), {});
-    row("the wanted key as another key's value",
-        xmlPlist(entry("Other", text("CFBundleShortVersionString")) + text("x")), {});
-    row("only the first element behind the key", xmlPlist(shortVersion("1.0") + text("x")),
-        u"1.0"_s);
-    row("key at the end without a value", xmlPlist(other + "<key>CFBundleShortVersionString</key>"),
-        {});
-    row("key without a value takes the next key's",
-        xmlPlist(entry("CFBundleShortVersionString", "") + entry("Other", text("x"))), u"x"_s);
-
-    row("later value of the key wins", xmlPlist(shortVersion("1.0") + shortVersion("2.0")),
-        u"2.0"_s);
-    row("later value in a nested dictionary wins",
-        xmlPlist(shortVersion("1.0") + entry("Nested", "<dict>" + shortVersion("2.0") + "</dict>")),
-        u"2.0"_s);
-    row("later value behind a nested dictionary wins",
-        xmlPlist(entry("Nested", "<dict>" + shortVersion("2.0") + "</dict>") + shortVersion("1.0")),
-        u"1.0"_s);
-    row("only in a nested dictionary",
-        xmlPlist(entry("Nested", "<dict>" + shortVersion("2.0") + "</dict>")), u"2.0"_s);
-    row("in a dictionary inside a list",
-        xmlPlist(entry("List", "<array><dict>" + shortVersion("2.0") + "</dict></array>")),
-        u"2.0"_s);
-    row("later empty value wins too", xmlPlist(shortVersion("1.0") + shortVersion("")), {});
-    row("other keys' dictionaries and lists do no harm",
-        xmlPlist(entry("A", "<dict>" + entry("B", "<array><true/></array>") + "</dict>") +
-                 shortVersion("1.0") + entry("C", "<dict/>")),
-        u"1.0"_s);
 }
 
 void TestBundleProperties::xmlValueIsReadWithoutPlutil()
+{
+    QFETCH(QByteArray, content);
+    QFETCH(QString, value);
+    QCOMPARE(SysProfiler::findPlistValue(plist(content), shortKey), value);
+    QCOMPARE(machine().takeLog(), QStringList());
+    QCOMPARE(machine().calls(u"plutil"_s), QList<QStringList>());
+}
+
+void TestBundleProperties::keyMustBeEqual_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("value");
+
+    const auto row = [](const char* what, const QByteArray& content, const QString& value) {
+        QTest::newRow(what) << xmlPlist(content) << value;
+    };
+    row("letter case of the key counts", entry("CFBundleShortVersionstring", text("x")), {});
+    row("key must be equal, not begin so", entry("CFBundleShortVersionStringX", text("x")), {});
+    row("blanks around the key count", entry(" CFBundleShortVersionString ", text("x")), {});
+    row("key in CDATA and with entities",
+        entry("<![CDATA[CFBundle]]>ShortVersionStrin&#103;", text("2.0")), u"2.0"_s);
+    row("letter case of the key's element counts",
+        "<KEY>CFBundleShortVersionString</KEY>" + text("x"), {});
+    row("the wanted key as another key's value",
+        entry("Other", text("CFBundleShortVersionString")) + text("x"), {});
+    row("only the first element behind the key", shortVersion("1.0") + text("x"), u"1.0"_s);
+    row("key at the end without a value",
+        entry("Other", text("x")) + "<key>CFBundleShortVersionString</key>", {});
+    row("key without a value takes the next key's",
+        entry("CFBundleShortVersionString", "") + entry("Other", text("x")), u"x"_s);
+}
+
+void TestBundleProperties::keyMustBeEqual()
+{
+    QFETCH(QByteArray, content);
+    QFETCH(QString, value);
+    QCOMPARE(SysProfiler::findPlistValue(plist(content), shortKey), value);
+    QCOMPARE(machine().takeLog(), QStringList());
+    QCOMPARE(machine().calls(u"plutil"_s), QList<QStringList>());
+}
+
+void TestBundleProperties::lastValueOfTheKeyCountsHoweverDeep_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("value");
+
+    const auto row = [](const char* what, const QByteArray& content, const QString& value) {
+        QTest::newRow(what) << xmlPlist(content) << value;
+    };
+    row("later value of the key wins", shortVersion("1.0") + shortVersion("2.0"), u"2.0"_s);
+    row("later value in a nested dictionary wins",
+        shortVersion("1.0") + entry("Nested", "<dict>" + shortVersion("2.0") + "</dict>"),
+        u"2.0"_s);
+    row("later value behind a nested dictionary wins",
+        entry("Nested", "<dict>" + shortVersion("2.0") + "</dict>") + shortVersion("1.0"),
+        u"1.0"_s);
+    row("only in a nested dictionary", entry("Nested", "<dict>" + shortVersion("2.0") + "</dict>"),
+        u"2.0"_s);
+    row("in a dictionary inside a list",
+        entry("List", "<array><dict>" + shortVersion("2.0") + "</dict></array>"), u"2.0"_s);
+    row("later empty value wins too", shortVersion("1.0") + shortVersion(""), {});
+    row("other keys' dictionaries and lists do no harm",
+        entry("A", "<dict>" + entry("B", "<array><true/></array>") + "</dict>") +
+            shortVersion("1.0") + entry("C", "<dict/>"),
+        u"1.0"_s);
+}
+
+void TestBundleProperties::lastValueOfTheKeyCountsHoweverDeep()
 {
     QFETCH(QByteArray, content);
     QFETCH(QString, value);
@@ -520,7 +555,7 @@ void TestBundleProperties::bothKeysOfABinaryPlistAreAskedFor()
                                                unreadable(u"Foo"_s, fooPlist())}));
 }
 
-void TestBundleProperties::versionBehindThePlainOneIsNotShortened()
+void TestBundleProperties::onlyGetVersionShortens()
 {
     machine().answer(u"plutil"_s, "  1.2.3 (456) \n");
     SysProfiler profiler;

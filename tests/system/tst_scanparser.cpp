@@ -37,7 +37,22 @@ QByteArray block(const QByteArray& name, const QByteArrayList& lines)
     return text + '\n';
 }
 
+void addColumns()
+{
+    QTest::addColumn<QByteArray>("output");
+    QTest::addColumn<QStringList>("expected");
+}
+
+void row(const char* what, const QByteArray& output, const QStringList& expected)
+{
+    QTest::newRow(what) << output << expected;
+}
+
+const QString foo = u"Foo -> Location=/Applications/Foo.app"_s;
+
 const char title[] = "Applications:\n\n";
+const QByteArray fooBlock = block("Foo", {"Version: 1.0"});
+const QStringList onlyFoo = {u"Foo -> Version=1.0"_s};
 
 } // namespace
 
@@ -46,26 +61,32 @@ class TestScanParser : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void bundlePaths_data();
-    void bundlePaths();
+    void linesAreBundlePaths_data();
+    void linesAreBundlePaths();
+    void nameIsTheLastComponentWithoutApp_data();
+    void nameIsTheLastComponentWithoutApp();
+    void bundlesInsideBundlesAreLeftOut_data();
+    void bundlesInsideBundlesAreLeftOut();
+    void oneBundleOfANameStays_data();
+    void oneBundleOfANameStays();
     void manyBundlePathsAreAllFound();
-    void systemProfilerReport_data();
-    void systemProfilerReport();
+    void reportIsATitleAndBlocks_data();
+    void reportIsATitleAndBlocks();
+    void blocksBeginWithANameLine_data();
+    void blocksBeginWithANameLine();
+    void blockLinesAreKeysAndValues_data();
+    void blockLinesAreKeysAndValues();
+    void keysAreCarriedOver_data();
+    void keysAreCarriedOver();
     void wholeReport();
     void nothingIsCarriedOverFromOneReportToTheNext();
 };
 
 // Paths as `find` and `mdfind` print them
 
-void TestScanParser::bundlePaths_data()
+void TestScanParser::linesAreBundlePaths_data()
 {
-    QTest::addColumn<QByteArray>("output");
-    QTest::addColumn<QStringList>("expected");
-
-    const auto row = [](const char* what, const QByteArray& output, const QStringList& expected) {
-        QTest::newRow(what) << output << expected;
-    };
-    const QString foo = u"Foo -> Location=/Applications/Foo.app"_s;
+    addColumns();
 
     row("no output", "", {});
     row("one bundle", "/Applications/Foo.app\n", {foo});
@@ -104,7 +125,18 @@ void TestScanParser::bundlePaths_data()
         {foo, u"\uFFFD\uFFFD -> Location=/Applications/\uFFFD\uFFFD.app"_s});
     row("zero byte", QByteArray("/Applications/F\0o.app\n", 22),
         {u"F\0o -> Location=/Applications/F\0o.app"_s});
+}
 
+void TestScanParser::linesAreBundlePaths()
+{
+    QFETCH(QByteArray, output);
+    QFETCH(QStringList, expected);
+    QCOMPARE(described(parseBundlePaths(output)), expected);
+}
+
+void TestScanParser::nameIsTheLastComponentWithoutApp_data()
+{
+    addColumns();
     row("blanks around are not trimmed", "  /Applications/Foo.app  \n",
         {u"Foo   -> Location=  /Applications/Foo.app  "_s});
     row("only blanks is a name", "  \n", {u"   -> Location=  "_s});
@@ -125,7 +157,18 @@ void TestScanParser::bundlePaths_data()
     row("doubled slash", "/Applications//Foo.app\n", {u"Foo -> Location=/Applications//Foo.app"_s});
     row("colon in the name", "/Applications/Foo: Bar.app\n",
         {u"Foo: Bar -> Location=/Applications/Foo: Bar.app"_s});
+}
 
+void TestScanParser::nameIsTheLastComponentWithoutApp()
+{
+    QFETCH(QByteArray, output);
+    QFETCH(QStringList, expected);
+    QCOMPARE(described(parseBundlePaths(output)), expected);
+}
+
+void TestScanParser::bundlesInsideBundlesAreLeftOut_data()
+{
+    addColumns();
     row("bundle inside a bundle", "/Applications/Foo.app/Contents/Library/Bar.app\n", {});
     row("bundle right inside the contents", "/Applications/Foo.app/Contents/Bar.app\n", {});
     row("the outer bundle stays", "/Applications/Foo.app\n/Applications/Foo.app/Contents/Foo.app\n",
@@ -139,7 +182,18 @@ void TestScanParser::bundlePaths_data()
         {u"Bar -> Location=/Applications/Foo.app/Contents2/Bar.app"_s});
     row("the contents themselves are no nested bundle", "/Applications/Foo.app/Contents\n",
         {u"Contents -> Location=/Applications/Foo.app/Contents"_s});
+}
 
+void TestScanParser::bundlesInsideBundlesAreLeftOut()
+{
+    QFETCH(QByteArray, output);
+    QFETCH(QStringList, expected);
+    QCOMPARE(described(parseBundlePaths(output)), expected);
+}
+
+void TestScanParser::oneBundleOfANameStays_data()
+{
+    addColumns();
     row("of two under /Applications/ the later stays",
         "/Applications/Foo.app\n/Applications/Old/Foo.app\n",
         {u"Foo -> Location=/Applications/Old/Foo.app"_s});
@@ -172,7 +226,7 @@ void TestScanParser::bundlePaths_data()
         {u"Bar -> Location=/Applications/Bar.app"_s});
 }
 
-void TestScanParser::bundlePaths()
+void TestScanParser::oneBundleOfANameStays()
 {
     QFETCH(QByteArray, output);
     QFETCH(QStringList, expected);
@@ -194,33 +248,25 @@ void TestScanParser::manyBundlePathsAreAllFound()
 
 // The report of `system_profiler`
 
-void TestScanParser::systemProfilerReport_data()
+void TestScanParser::reportIsATitleAndBlocks_data()
 {
-    QTest::addColumn<QByteArray>("output");
-    QTest::addColumn<QStringList>("expected");
-
-    const auto row = [](const char* what, const QByteArray& output, const QStringList& expected) {
-        QTest::newRow(what) << output << expected;
-    };
-    const QByteArray foo = block("Foo", {"Version: 1.0"});
-    const QStringList onlyFoo = {u"Foo -> Version=1.0"_s};
-
+    addColumns();
     row("no output", "", {});
     row("only the title", title, {});
     row("title without line feed", "Applications:", {});
-    row("one application", title + foo, onlyFoo);
+    row("one application", title + fooBlock, onlyFoo);
     row("several keys", title + block("Foo", {"Version: 1.0", "Kind: Universal"}),
         {u"Foo -> Kind=Universal; Version=1.0"_s});
-    row("several applications", title + foo + block("Bar", {"Version: 2.0"}),
+    row("several applications", title + fooBlock + block("Bar", {"Version: 2.0"}),
         {u"Bar -> Version=2.0"_s, u"Foo -> Version=1.0"_s});
     row("the first line is the title whatever it says", "Foo:\n\n  Version: 1.0\n", {});
-    row("title directly above the first name", "Applications:\n" + foo, onlyFoo);
-    row("empty first line is the title", "\n" + foo, onlyFoo);
+    row("title directly above the first name", "Applications:\n" + fooBlock, onlyFoo);
+    row("empty first line is the title", "\n" + fooBlock, onlyFoo);
     row("CRLF", "Applications:\r\n\r\n    Foo:\r\n\r\n      Version: 1.0\r\n\r\n", onlyFoo);
     row("no empty line at the end", "Applications:\n\n    Foo:\n\n      Version: 1.0\n", onlyFoo);
     row("no final line feed", "Applications:\n\n    Foo:\n\n      Version: 1.0", onlyFoo);
     row("cut short behind a name",
-        title + foo + "    Bar:", {u"Bar -> Version=1.0"_s, u"Foo -> Version=1.0"_s});
+        title + fooBlock + "    Bar:", {u"Bar -> Version=1.0"_s, u"Foo -> Version=1.0"_s});
     row("cut short behind the empty line under the first name", title + QByteArray("    Foo:\n\n"),
         {});
     row("indented by tabs", "Applications:\n\n\tFoo:\n\n\t\tVersion: 1.0\t\n", onlyFoo);
@@ -229,10 +275,21 @@ void TestScanParser::systemProfilerReport_data()
         {u"Caf\uFFFD -> Version=1.0\uFFFD"_s});
     row("accents", title + block("Éditeur", {"Signed by: Développeur → Racine"}),
         {u"Éditeur -> Signed by=Développeur → Racine"_s});
+}
 
+void TestScanParser::reportIsATitleAndBlocks()
+{
+    QFETCH(QByteArray, output);
+    QFETCH(QStringList, expected);
+    QCOMPARE(described(parseSystemProfilerReport(output)), expected);
+}
+
+void TestScanParser::blocksBeginWithANameLine_data()
+{
+    addColumns();
     row("no line that ends in a colon", "Applications:\n\nFoo\nVersion 1.0\nKind: x\n", {});
-    row("lines between the blocks are skipped", title + QByteArray("note\n\n") + foo + "note: x\n",
-        onlyFoo);
+    row("lines between the blocks are skipped",
+        title + QByteArray("note\n\n") + fooBlock + "note: x\n", onlyFoo);
     row("blanks behind the name's colon", "Applications:\n\n    Foo:   \n\n  Version: 1.0\n",
         onlyFoo);
     row("colon inside the name", title + block("Foo: The App", {"Version: 1.0"}),
@@ -258,7 +315,18 @@ void TestScanParser::systemProfilerReport_data()
         {u"Foo -> Kind=x; Version=1.0"_s});
     row("name line right under a name is dropped",
         title + QByteArray("    Foo:\n    Bar:\n      Version: 1.0\n\n"), onlyFoo);
+}
 
+void TestScanParser::blocksBeginWithANameLine()
+{
+    QFETCH(QByteArray, output);
+    QFETCH(QStringList, expected);
+    QCOMPARE(described(parseSystemProfilerReport(output)), expected);
+}
+
+void TestScanParser::blockLinesAreKeysAndValues_data()
+{
+    addColumns();
     row("line without colon and blank is skipped",
         title + block("Foo", {"nothing", "a:b", "Kind:", "Version: 1.0"}), onlyFoo);
     row("first colon and blank separate", title + block("Foo", {"Get Info String: a: b: c"}),
@@ -279,7 +347,18 @@ void TestScanParser::systemProfilerReport_data()
         {u"Foo -> Version=2.0"_s});
     row("value that ends in a colon", title + block("Foo", {"Get Info String: see:"}),
         {u"Foo -> Get Info String=see:"_s});
+}
 
+void TestScanParser::blockLinesAreKeysAndValues()
+{
+    QFETCH(QByteArray, output);
+    QFETCH(QStringList, expected);
+    QCOMPARE(described(parseSystemProfilerReport(output)), expected);
+}
+
+void TestScanParser::keysAreCarriedOver_data()
+{
+    addColumns();
     row("key that a block lacks is carried over",
         title + block("Foo", {"Version: 1.0", "Get Info String: info"}) +
             block("Bar", {"Version: 2.0"}),
@@ -288,10 +367,10 @@ void TestScanParser::systemProfilerReport_data()
     row("key is carried over several blocks",
         title + block("A", {"Kind: x"}) + block("B", {"Version: 1"}) + block("C", {"Version: 2"}),
         {u"A -> Kind=x"_s, u"B -> Kind=x; Version=1"_s, u"C -> Kind=x; Version=2"_s});
-    row("nothing is carried backwards", title + foo + block("Bar", {"Kind: x"}),
+    row("nothing is carried backwards", title + fooBlock + block("Bar", {"Kind: x"}),
         {u"Bar -> Kind=x; Version=1.0"_s, u"Foo -> Version=1.0"_s});
     row("block without any key shows what is carried over",
-        title + foo + block("Bar", {}) + block("Baz", {"Version: 3.0"}),
+        title + fooBlock + block("Bar", {}) + block("Baz", {"Version: 3.0"}),
         {u"Bar -> Version=1.0"_s, u"Baz -> Version=3.0"_s, u"Foo -> Version=1.0"_s});
     row("first block without any key is no application",
         title + block("Foo", {}) + block("Bar", {"Version: 2.0"}), {u"Bar -> Version=2.0"_s});
@@ -303,7 +382,7 @@ void TestScanParser::systemProfilerReport_data()
         {u"Foo -> Kind=x; Version=2.0"_s});
 }
 
-void TestScanParser::systemProfilerReport()
+void TestScanParser::keysAreCarriedOver()
 {
     QFETCH(QByteArray, output);
     QFETCH(QStringList, expected);

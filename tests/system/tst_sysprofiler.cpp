@@ -258,8 +258,9 @@ void TestSysProfiler::signalAndSlotsAreInvokableByName()
 {
     const QMetaObject& meta = SysProfiler::staticMetaObject;
     QCOMPARE(meta.superClass(), &QThread::staticMetaObject);
-    const auto kind = [&meta](const char* signature) {
-        return meta.method(meta.indexOfMethod(signature)).methodType();
+    const auto kind = [](const char* signature) {
+        const QMetaObject& own = SysProfiler::staticMetaObject;
+        return own.method(own.indexOfMethod(signature)).methodType();
     };
     QCOMPARE(kind("workFinished()"), QMetaMethod::Signal);
     QCOMPARE(kind("update()"), QMetaMethod::Slot);

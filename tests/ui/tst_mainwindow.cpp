@@ -467,7 +467,9 @@ void TestMainWindow::isBuiltWithoutAWarning()
 void TestMainWindow::slotsStandInOrder()
 {
     const QMetaObject& meta = MainWindow::staticMetaObject;
-    const auto place = [&meta](const char* signature) { return meta.indexOfSlot(signature); };
+    const auto place = [](const char* signature) {
+        return MainWindow::staticMetaObject.indexOfSlot(signature);
+    };
     QCOMPARE(place("action_loadSysData()"), meta.methodOffset());
     QCOMPARE(place("onSysDataLoaded()"), meta.methodOffset() + 1);
     QVERIFY(place("openLogFile()") > place("onSysDataLoaded()"));
