@@ -51,10 +51,9 @@ QString readPlistValue(QXmlStreamReader& xml, const QString& key)
                 isValue = true;
             }
         } else if (std::exchange(isValue, false)) {
-            const QString text = xml.readElementText();
-            // Before an element inside the value the reader hands back blanks, which are no value.
-            if (xml.error() != QXmlStreamReader::UnexpectedElementError) {
-                result = text;
+            result = xml.readElementText();
+            if (xml.error() == QXmlStreamReader::UnexpectedElementError) {
+                result.clear(); // the blanks before an element inside the value are no value
             }
         }
     }

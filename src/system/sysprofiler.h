@@ -71,7 +71,8 @@ public:
 public Q_SLOTS:
     /// Scans in the calling thread; does not emit workFinished().
     void update();
-    /// Scans in the background and returns at once. Does nothing while a scan is under way.
+    /// Scans in the background and returns at once. Does nothing while a scan is under way. To be
+    /// called on the thread that the object lives on.
     void threadUpdate();
 
 Q_SIGNALS:

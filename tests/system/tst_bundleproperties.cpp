@@ -303,6 +303,8 @@ void TestBundleProperties::unreadableXmlIsGivenToPlutil_data()
     row("value is a dictionary", xmlPlist(entry(key, "<dict>" + longVersion("1") + "</dict>")));
     row("value is a dictionary on lines of its own",
         xmlPlist(entry(key, "\n  <dict>\n    " + longVersion("1") + "\n  </dict>")));
+    row("later value of the key is a dictionary",
+        xmlPlist(shortVersion("1.0") + entry(key, "<dict>" + longVersion("1") + "</dict>")));
     row("value is a list", xmlPlist(entry(key, "<array>" + text("1") + "</array>")));
     row("value is a list on lines of its own",
         xmlPlist(entry(key, "\n  <array>\n    " + text("1") + "\n  </array>")));
