@@ -16,8 +16,9 @@ and settings are left alone. Everything lies in build/sample/, which is made ane
 
 With a display, the window opens; everything stops when it is closed, or on Ctrl-C.
 Without one (neither DISPLAY nor WAYLAND_DISPLAY is set), the same runs under Xvfb: the table is
-printed, its picture is written to build/sample/1-table.png, and the exit status says whether every
-row showed what the sample organisation must show.
+printed, one row is downloaded and its installer handed to a stand-in for the desktop, pictures of
+all that are written to build/sample/, and the exit status says whether every row showed what the
+sample organisation must show and the right item was opened.
 
   --mine   run on your own HOME, configuration and /Applications instead; needs a display
   --help   say this
@@ -83,13 +84,25 @@ fi
 # shellcheck source=scripts/headless.sh
 . scripts/headless.sh
 start_display
-start_quillmere
+start_quillmere recorded
 wait_until 60 "the end of the scan" scan_ended
 find_window
 fit_window
 wait_until 20 "every row's colour in the window" table_in_picture "$out/1-table.png"
 table print "$out" "$out/1-table.png" || fail "the table is not as it must be; see $out/1-table.png"
+
+# An archive that the server sends slowly.
+press_download "$out/1-table.png" Basaltine
+wait_until 30 "the bar part-way across the row" bar_in_picture "$out/2-download.png" Basaltine
+wait_until 60 "the installer to be opened" test -s "$opened"
+wait_until 60 "the end of the scan that follows" scans_ended 2
+find_window
+wait_until 20 "the row's own colour" table_in_picture "$out/3-opened.png"
 say
-say "picture        $out/1-table.png"
+say "Downloaded, unpacked and opened: $(opened_item)"
+grep -E ' (Download|Extract|Install) - |\[score ' "$settings/quillmere.log"
+
+say
+say "pictures       $out/1-table.png, 2-download.png, 3-opened.png"
 say "log            $settings/quillmere.log"
 say "configuration  $settings/config.xml"

@@ -5,6 +5,8 @@
     table.py complete PICTURE       succeeds if the picture shows every row in a row's colour
     table.py height PICTURE         prints how tall the window must be to just hold the table
     table.py print SAMPLE PICTURE   prints the table; fails if a row is not as it must be
+    table.py middle PICTURE NAME    prints the y in the middle of the row of that name
+    table.py bar PICTURE NAME       prints how many percent of the row its bar covers
 
 SAMPLE is the folder that make_sample.py filled. What a row stands for, its colour, is taken from
 the picture; the installed version from the log; the catalogue's from the file that was served.
@@ -25,6 +27,7 @@ COLOURS = {  # of the default configuration
     (0xDA, 0xFF, 0xDA): "equal",
     (0xDA, 0xDA, 0xFF): "newer",
 }
+BAR = (127, 214, 127)
 LOG = "home/Library/Quillmere/quillmere.log"
 SCANNED = "SysProfiler - data updated"
 MATCH = re.compile(
@@ -41,6 +44,11 @@ class Picture:
     width: int
     height: int
     data: bytes
+
+    def line(self, y):
+        """The colours at y, from left to right."""
+        pixels = self.data[3 * self.width * y : 3 * self.width * (y + 1)]
+        return list(zip(pixels[0::3], pixels[1::3], pixels[2::3]))
 
     def column(self, x):
         """The colours at x, from top to bottom."""
@@ -91,6 +99,21 @@ def fitting_height(picture):
     _, after = row_runs(picture)
     empty = max((run[2] - run[1] for run in after), default=0)
     return picture.height - empty + 2
+
+
+def row_span(picture, name):
+    """(first y, y after the last) of the row of that name."""
+    names = [entry.name for entry in read_table().rows()]
+    _, top, bottom = row_runs(picture)[0][names.index(name)]
+    return top, bottom
+
+
+def bar_percentage(picture, name):
+    """The share of the row that its bar covers, seen just below the row's upper edge."""
+    y = row_span(picture, name)[0] + 1
+    bar = [x for x, colour in enumerate(picture.line(y)) if colour == BAR]
+    row = [x for x, colour in enumerate(picture.line(y)) if colour == BAR or colour in COLOURS]
+    return 100 * (bar[-1] - row[0]) // (row[-1] - row[0]) if bar else 0
 
 
 def matches(sample):
@@ -156,6 +179,12 @@ def main(command, *arguments):
         return 0
     if command == "print" and len(paths) == 2:
         return print_table(paths[0], read_picture(paths[1])) > 0
+    if command == "middle" and len(paths) == 2:
+        print(sum(row_span(read_picture(paths[0]), arguments[1])) // 2)
+        return 0
+    if command == "bar" and len(paths) == 2:
+        print(bar_percentage(read_picture(paths[0]), arguments[1]))
+        return 0
     return __doc__
 
 

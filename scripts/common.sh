@@ -93,13 +93,14 @@ install_missing() {
     fi
 }
 
-# Configures where that was not done since the presets last changed, and builds what is out of date.
+# build_preset PRESET [TARGET]: configures where that was not done since the presets last changed,
+# and builds what is out of date.
 build_preset() {
-    local preset=$1
+    local preset=$1 target=${2-all}
     if [ ! "build/$preset/build.ninja" -nt CMakePresets.json ]; then
         cmake --preset "$preset" \
             || fail "cmake could not configure the build; correct what it names above"
     fi
-    cmake --build --preset "$preset" \
+    cmake --build --preset "$preset" --target "$target" \
         || fail "preset '$preset' does not build; correct what the compiler names above"
 }

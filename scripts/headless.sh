@@ -3,6 +3,7 @@
 
 out=${out:?the folder for output, set by the script that sources this file}
 window="" # the main window's id
+opened=$out/opened.txt # a line for each item that was handed to the desktop's handler
 
 table() {
     PYTHONDONTWRITEBYTECODE=1 python3 sample/table.py "$@"
@@ -24,6 +25,11 @@ scan_ended() {
             "$(grep -F '[ERROR] WebProfiler' "$log" | tail -n 1)"
     fi
     table scanned "$out"
+}
+
+# Whether that many scans have ended.
+scans_ended() {
+    [ "$(grep -cF "SysProfiler - data updated" "${settings:?}/quillmere.log")" -ge "$1" ] && scan_ended
 }
 
 # Quillmere's windows on the display: the main one alone, once the wait dialog is gone.
@@ -65,4 +71,27 @@ fit_window() {
     rm -f "$picture"
     xdotool windowsize "$window" 630 "$height"
     wait_until 20 "the window to fit the table" has_height "$height"
+}
+
+# Presses the download button of the row of that name, as the picture shows it.
+press_download() {
+    local y
+    y=$(table middle "$1" "$2") || fail "cannot see the row of $2; see $1"
+    xdotool mousemove 588 "$y" click 1 mousemove 1279 1999
+}
+
+# Whether the picture that it takes shows the bar of the row of that name part-way across.
+bar_in_picture() {
+    local percentage
+    take_picture "$1"
+    percentage=$(table bar "$1" "$2") || return 1
+    [ "$percentage" -ge 40 ] && [ "$percentage" -le 80 ]
+}
+
+# What the desktop's handler has been given: the item's name, with its %-encoding undone.
+opened_item() {
+    local url
+    url=$(tail -n 1 "$opened")
+    url=${url##*/}
+    printf '%b' "${url//%/\\x}"
 }

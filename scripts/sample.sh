@@ -44,15 +44,20 @@ write_configuration() {
 END
 }
 
-# Starts Quillmere where it sees the sample's bundles, server and HOME, and nothing of the user's.
+# start_quillmere [recorded]: starts Quillmere where it sees the sample's bundles, server and HOME,
+# and nothing of the user's. "recorded": what it opens is only noted.
 start_quillmere() {
     local path=$PWD/sample/bin:$PATH
     on_mac || path=$PWD/sample/plutil:$path
+    if [ "${1-}" = recorded ]; then
+        path=$PWD/sample/desktop:$path
+    fi
     # With another HOME, the display's key would be looked for in the wrong folder.
     export XAUTHORITY="${XAUTHORITY:-${HOME-}/.Xauthority}"
     start quillmere env -u XDG_CONFIG_HOME -u XDG_DATA_HOME -u XDG_CACHE_HOME -u XDG_STATE_HOME \
         -u http_proxy -u https_proxy -u all_proxy -u HTTP_PROXY -u HTTPS_PROXY -u ALL_PROXY \
         HOME="$PWD/$home" PATH="$path" QUILLMERE_SAMPLE_APPLICATIONS="$PWD/$out/Applications" \
+        QUILLMERE_SAMPLE_OPENED="$PWD/$out/opened.txt" \
         build/release/quillmere
     # shellcheck disable=SC2034 # for the scripts that source this file
     quillmere_id=${last_id:?}

@@ -31,7 +31,12 @@ MainWindow::MainWindow(QWidget* parent)
     ui_init();
 }
 
-MainWindow::~MainWindow() = default;
+MainWindow::~MainWindow()
+{
+    // While all members are there: both would still report to the window when they are destroyed.
+    abandonExtractions();
+    abandonDownloads();
+}
 
 void MainWindow::ui_init()
 {
@@ -68,8 +73,17 @@ bool MainWindow::action_loadWebData()
     if (m_isLoadingWebData) {
         return false;
     }
-    const QScopedValueRollback loading(m_isLoadingWebData, true);
+    const bool isLoaded = loadWebData();
+    settleFinishedDownloads();
+    if (!isLoaded && !m_isClosed) {
+        reportUnreachableCatalogue();
+    }
+    return isLoaded;
+}
 
+bool MainWindow::loadWebData()
+{
+    const QScopedValueRollback loading(m_isLoadingWebData, true);
     m_localVersionItems.clear();
     m_applications.clear();
     m_webAppNames.clear();
@@ -79,12 +93,12 @@ bool MainWindow::action_loadWebData()
     }
     m_webAppNames = m_profiler.getWebAppList();
     if (m_webAppNames.isEmpty()) {
-        reportUnreachableCatalogue();
         return false;
     }
     for (const QString& name : std::as_const(m_webAppNames)) {
         m_applications.append(Application(name, &m_profiler));
     }
+    moveDownloads();
     table_init();
     table_update();
     return true;
@@ -149,4 +163,5 @@ void MainWindow::showEvent(QShowEvent* event)
 {
     m_isClosed = false;
     QMainWindow::showEvent(event);
+    settleFinishedDownloads();
 }

@@ -11,6 +11,7 @@
 
 #include <memory>
 
+class QNetworkReply;
 class QTableWidgetItem;
 class WaitDialog;
 
@@ -55,6 +56,22 @@ public:
     void table_setColor();
     void table_setRowColor(int row, const QColor& color);
 
+    // Downloads, at most one per row: mainwindow_download.cpp
+    /// Fetches the row's installer, after a question where it is this program's own. Does nothing
+    /// while the row downloads.
+    void startDownload(int row);
+    void cancelDownload(int row);
+    /// Shows the percentage and paints the bar; @p total is 0 or less when unknown.
+    void onDownloadProgress(int row, qint64 received, qint64 total);
+    /// Saves the file and hands it on, or tells the user why it cannot; the row is idle afterwards.
+    /// During a catalogue load it waits for that load's end.
+    void onDownloadFinished(int row);
+
+    // Extraction and launch: mainwindow_install.cpp
+    /// Opens the item at @p path with the desktop's handler; when it replaces this program, asks
+    /// first and quits afterwards. Whether it could be opened is not told.
+    void launchInstaller(const QString& path, bool selfUpdate);
+
 public Q_SLOTS:
     /// Starts a scan in the background, behind the wait dialog.
     void action_loadSysData();
@@ -67,12 +84,50 @@ protected:
     void showEvent(QShowEvent* event) override;
 
 private:
+    /// A running download: what it was started with, what its row shows else, and how far it is.
+    struct Download
+    {
+        QNetworkReply* reply = nullptr; ///< owned by m_network
+        QString name;                   ///< in the catalogue
+        QString fileName;
+        QString webVersion; ///< behind the percentage
+        QColor rowColor;    ///< behind the bar
+        bool isOwnUpdate = false;
+        qint64 received = 0;
+        qint64 total = 0;
+    };
+
+    bool loadWebData();
     void reportUnreachableCatalogue();
     void showWaitDialog();
 
     [[nodiscard]] QWidget* newCatalogueCell(int row);
     void fillRow(int row);
+    /// The colour of a row by its record's verdict.
+    [[nodiscard]] QColor recordColor(int row);
     [[nodiscard]] bool hasRecord(int row) const { return row >= 0 && row < m_applications.size(); }
+
+    [[nodiscard]] bool isRestartAccepted();
+    void connectDownload(QNetworkReply* reply);
+    /// The row that @p reply downloads for; -1 when it has been cancelled.
+    [[nodiscard]] int downloadRow(const QNetworkReply* reply) const;
+    void settleDownload(const QNetworkReply* reply);
+    void saveDownload(const Download& download);
+    static void abortDownload(const Download& download);
+    void paintProgress(int row, double progress);
+    void restoreRow(int row, const Download& download);
+    /// Gives each download the row that bears its name now; aborts those whose name is gone.
+    void moveDownloads();
+    void showDownloads();
+    /// Takes up the downloads that ended during a catalogue load.
+    void settleFinishedDownloads();
+    void abandonDownloads();
+
+    void startExtraction(const QString& archivePath, const QString& downloadFolder,
+                         const QString& fileName, bool selfUpdate);
+    void finishExtraction(const QString& archivePath, const QString& workFolder,
+                          const QString& downloadFolder, bool selfUpdate);
+    void abandonExtractions();
 
     ConfigManager m_config;
     std::unique_ptr<Ui::MainWindow> m_ui;
@@ -83,6 +138,7 @@ private:
     QList<QTableWidgetItem*> m_localVersionItems; ///< column 1, owned by the table
     WaitDialog* m_waitDialog = nullptr;           ///< created when first needed
     QNetworkAccessManager m_network;
+    QHash<int, Download> m_downloads; ///< by row
     bool m_isLoadingWebData = false;
     bool m_isClosed = false; ///< by the user; nothing may pop up any more
 };

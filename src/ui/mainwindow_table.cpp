@@ -53,6 +53,7 @@ void MainWindow::table_init()
         }
     }
     table_setColor();
+    showDownloads();
     // Else the first repaint would find every cell at the origin and paint them all.
     table->doItemsLayout();
 }
@@ -87,16 +88,19 @@ QWidget* MainWindow::newCatalogueCell(int row)
     layout->setSpacing(4);
 
     auto* version = new QLabel(application.getWebVersion(), cell);
+    version->setTextFormat(Qt::PlainText); // a version is not markup
     version->setAlignment(Qt::AlignCenter);
     layout->addWidget(version, 1);
 
     auto* cancel = newRowButton(u"cancelBtn"_s, u"✕"_s, tr("Cancel download"), cell);
     cancel->hide();
+    connect(cancel, &QPushButton::clicked, this, [this, row] { cancelDownload(row); });
     layout->addWidget(cancel, 0);
 
-    layout->addWidget(newRowButton(u"downloadBtn"_s, u"⤓"_s,
-                                   tr("Download & install:\n") + application.getFilename(), cell),
-                      0);
+    auto* download = newRowButton(u"downloadBtn"_s, u"⤓"_s,
+                                  tr("Download & install:\n") + application.getFilename(), cell);
+    connect(download, &QPushButton::clicked, this, [this, row] { startDownload(row); });
+    layout->addWidget(download, 0);
     return cell;
 }
 
@@ -142,11 +146,21 @@ void MainWindow::table_setColor()
 {
     const qsizetype rows = std::min(m_webAppNames.size(), m_applications.size());
     for (int row = 0; row < rows; ++row) {
-        const Application& application = m_applications[row];
-        const bool isInstalled = application.isInstall();
-        table_setRowColor(
-            row, m_colors[rowColorKey(isInstalled, isInstalled ? application.versionsMatch() : 0)]);
+        const QColor color = recordColor(row);
+        if (const auto download = m_downloads.find(row); download != m_downloads.end()) {
+            // A running download colours its row itself, up to its end.
+            download->rowColor = color;
+        } else {
+            table_setRowColor(row, color);
+        }
     }
+}
+
+QColor MainWindow::recordColor(int row)
+{
+    const Application& application = m_applications[row];
+    const bool isInstalled = application.isInstall();
+    return m_colors[rowColorKey(isInstalled, isInstalled ? application.versionsMatch() : 0)];
 }
 
 void MainWindow::table_setRowColor(int row, const QColor& color)

@@ -352,10 +352,11 @@ void TestApplicationTable::everyRowIsBuiltAtOnce()
 void TestApplicationTable::cellsLieWhereTheyBelongAtOnce()
 {
     loadWithoutScan({{"Synth"}, {"Mixer"}, {"Tuner"}});
+    // All before the first question to the table, which would lay it out.
+    const QList<QRect> places = {cell(0)->geometry(), cell(1)->geometry(), cell(2)->geometry()};
     for (const int row : {0, 1, 2}) {
-        QCOMPARE(cell(row)->geometry(), m_setup->table()->visualItemRect(item(row, 2)));
+        QCOMPARE(places[row], m_setup->table()->visualItemRect(item(row, 2)));
     }
-    QVERIFY(cell(1)->y() > cell(0)->y());
 }
 
 void TestApplicationTable::rebuildingReplacesAllCells()

@@ -868,7 +868,7 @@ void TestMainWindow::endOfTheScanArrivesOnTheInterfaceThread()
 void TestMainWindow::scanAskedForRightAfterAnotherEnds()
 {
     m_setup->open();
-    const int scans = 60;
+    const int scans = 30;
     const EagerUser user(*m_setup, scans);
     QTRY_COMPARE_WITH_TIMEOUT(user.scansLeft(), 0, 30'000);
     QVERIFY(m_setup->loadButton()->isEnabled());

@@ -7,8 +7,11 @@
 #include "support/standin.h"
 
 #include <QAction>
+#include <QMessageBox>
+#include <QPointer>
 #include <QPushButton>
 #include <QTableWidget>
+#include <QTimer>
 
 #include <memory>
 
@@ -36,7 +39,8 @@ struct Entry
 };
 
 /// A main window and all it depends on: a private HOME with settings that name a server of this
-/// process, and a `find` that lists the bundles of HOME's own "Applications" folder.
+/// process, and a `find` that lists the bundles of HOME's own "Applications" folder. A box that
+/// nobody answers is closed after a while, so that it fails the test and does not block it.
 class WindowSetup
 {
 public:
@@ -90,5 +94,9 @@ public:
     HttpServer server;
 
 private:
+    void closeForgottenBox();
+
     std::unique_ptr<MainWindow> m_window;
+    QPointer<QMessageBox> m_openBox; ///< since the guard's last look
+    QTimer m_guard;
 };

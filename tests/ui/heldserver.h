@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QHash>
+#include <QList>
+#include <QStringList>
+#include <QTcpServer>
+
+class QTcpSocket;
+
+/// An HTTP server on a free port of 127.0.0.1 that answers each request when, and as far as, the
+/// test says. Of several requests for one path the oldest is meant.
+class HeldServer : public QTcpServer
+{
+public:
+    HeldServer();
+
+    /// "http://127.0.0.1:PORT/" + @p path.
+    [[nodiscard]] QString url(const QString& path) const;
+    /// How many requests for "/" + @p path wait for their end now.
+    [[nodiscard]] qsizetype waiting(const QString& path) const;
+    /// The paths of all that wait now, without their first "/", as the requests spell them.
+    [[nodiscard]] QStringList waitingPaths() const;
+    /// Starts an answer that announces @p length bytes, or no length when that is negative.
+    void begin(const QString& path, qint64 length);
+    void send(const QString& path, const QByteArray& bytes);
+    /// Ends the answer, also when more was announced or nothing has been sent.
+    void end(const QString& path);
+    /// A whole answer.
+    void answer(const QString& path, const QByteArray& body, int status = 200);
+
+protected:
+    void incomingConnection(qintptr handle) override;
+
+private:
+    [[nodiscard]] QTcpSocket* oldest(const QString& path) const;
+
+    QHash<QString, QList<QTcpSocket*>> m_waiting; ///< by path
+};
