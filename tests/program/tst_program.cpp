@@ -4,6 +4,7 @@
 #include "support/httpserver.h"
 #include "support/privatehome.h"
 #include "support/standin.h"
+#include "virtualdisplay.h"
 
 #include <QFile>
 #include <QHash>
@@ -19,11 +20,6 @@
 #include <algorithm>
 #include <iterator>
 #include <optional>
-
-#ifdef Q_OS_LINUX
-#include <signal.h>
-#include <sys/prctl.h>
-#endif
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -44,26 +40,9 @@ QStringList banner()
             u"[INFO] OS: "_s + QSysInfo::prettyProductName()};
 }
 
-/// What a command prints, when it ends within 20 s; the test's own event loop stands still.
-QByteArray output(const QString& command, const QStringList& arguments)
-{
-    QProcess process;
-    process.start(command, arguments);
-    process.waitForFinished(20'000);
-    return process.readAllStandardOutput();
-}
-
 QString xdotool(const QStringList& arguments)
 {
-    return QString::fromUtf8(output(u"xdotool"_s, arguments)).trimmed();
-}
-
-void stop(QProcess& process)
-{
-    if (process.state() != QProcess::NotRunning) {
-        process.kill();
-        process.waitForFinished();
-    }
+    return QString::fromUtf8(outputOf(u"xdotool"_s, arguments)).trimmed();
 }
 
 /// Whether @p picture shows rows of each of the four default colours.
@@ -80,16 +59,6 @@ bool showsAllColors(const QImage& picture)
     return std::all_of(pixels.cbegin(), pixels.cend(), [](int count) { return count > 5'000; });
 }
 
-/// Has @p process end with this one, however this one ends.
-void tie(QProcess& process)
-{
-#ifdef Q_OS_LINUX
-    process.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGTERM); });
-#else
-    Q_UNUSED(process)
-#endif
-}
-
 } // namespace
 
 /// Runs the built program as its user does: its own process, real windows under a window manager,
@@ -100,7 +69,6 @@ class TestProgram : public QObject
 
 private Q_SLOTS:
     void initTestCase();
-    void cleanupTestCase();
     void init();
     void cleanup();
 
@@ -112,8 +80,6 @@ private Q_SLOTS:
     void runsWithoutALogFolder();
 
 private:
-    void startDisplay();
-    void startWindowManager();
     void writeSettings(const QString& baseUrl);
     void install(const QString& path, const QByteArray& version);
     void start();
@@ -131,8 +97,7 @@ private:
     void verifyEndsWithoutABox();
     void verifyEndedWell() const;
 
-    QProcess m_xvfb;
-    QProcess m_openbox;
+    VirtualDisplay m_display;
     QString m_find; ///< the machine's own
     std::optional<PrivateHome> m_home;
     std::optional<StandIns> m_commands;
@@ -143,46 +108,12 @@ private:
 
 void TestProgram::initTestCase()
 {
-    for (const QString& command :
-         {u"Xvfb"_s, u"openbox"_s, u"xdotool"_s, u"xprop"_s, u"import"_s, u"find"_s}) {
+    for (const QString& command : {u"import"_s, u"find"_s}) {
         QVERIFY2(!QStandardPaths::findExecutable(command).isEmpty(),
                  qPrintable(command + " is missing; ./test.sh installs it"_L1));
     }
     m_find = QStandardPaths::findExecutable(u"find"_s);
-    startDisplay();
-    if (!QTest::currentTestFailed()) {
-        startWindowManager();
-    }
-}
-
-void TestProgram::startDisplay()
-{
-    tie(m_xvfb);
-    m_xvfb.start(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, u"1024x768x24"_s,
-                             u"-nolisten"_s, u"tcp"_s});
-    QVERIFY2(m_xvfb.waitForStarted(), qPrintable(m_xvfb.errorString()));
-    QTRY_VERIFY2_WITH_TIMEOUT(m_xvfb.canReadLine(), "Xvfb does not say which display it has",
-                              30'000);
-    qputenv("DISPLAY", ':' + m_xvfb.readLine().trimmed());
-    qunsetenv("WAYLAND_DISPLAY");
-}
-
-void TestProgram::startWindowManager()
-{
-    const PrivateHome home;
-    tie(m_openbox);
-    m_openbox.start(u"openbox"_s, {u"--sm-disable"_s});
-    QVERIFY2(m_openbox.waitForStarted(), qPrintable(m_openbox.errorString()));
-    QTRY_VERIFY_WITH_TIMEOUT(
-        output(u"xprop"_s, {u"-root"_s, u"_NET_SUPPORTING_WM_CHECK"_s}).contains("window id"),
-        30'000);
-}
-
-void TestProgram::cleanupTestCase()
-{
-    stop(m_openbox);
-    m_xvfb.terminate(); // so that it removes its lock
-    m_xvfb.waitForFinished();
+    m_display.start();
 }
 
 void TestProgram::init()
@@ -214,7 +145,7 @@ void TestProgram::cleanup()
         if (QTest::currentTestFailed()) {
             qDebug().noquote() << m_program->readAllStandardError();
         }
-        stop(*m_program);
+        stopProcess(*m_program);
     }
     m_program.reset();
     m_server.reset();
@@ -244,7 +175,7 @@ void TestProgram::start()
 {
     m_program.emplace();
     m_program->setProcessEnvironment(m_environment);
-    tie(*m_program);
+    endWithThisProcess(*m_program);
     m_program->start(QStringLiteral(QUILLMERE_PROGRAM), QStringList());
     QVERIFY2(m_program->waitForStarted(), qPrintable(m_program->errorString()));
 }
@@ -282,7 +213,7 @@ void TestProgram::press(const QString& windowTitle, const QString& key) const
 QImage TestProgram::picture() const
 {
     return QImage::fromData(
-        output(u"import"_s, {u"-silent"_s, u"-window"_s, windowId(title), u"ppm:-"_s}), "PPM");
+        outputOf(u"import"_s, {u"-silent"_s, u"-window"_s, windowId(title), u"ppm:-"_s}), "PPM");
 }
 
 bool TestProgram::hasLogged(const QString& text) const

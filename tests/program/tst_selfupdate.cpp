@@ -1,6 +1,7 @@
 #include "support/httpserver.h"
 #include "support/privatehome.h"
 #include "support/standin.h"
+#include "virtualdisplay.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -12,45 +13,15 @@
 
 #include <optional>
 
-#ifdef Q_OS_LINUX
-#include <signal.h>
-#include <sys/prctl.h>
-#endif
-
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
 const QString mainTitle = u"Quillmere v26.3.0"_s;
 
-/// What a command prints, when it ends within 20 s.
-QString output(const QString& command, const QStringList& arguments)
+QString xdotool(const QStringList& arguments)
 {
-    QProcess process;
-    process.start(command, arguments);
-    process.waitForFinished(20'000);
-    return QString::fromUtf8(process.readAllStandardOutput()).trimmed();
-}
-
-void stop(QProcess& process)
-{
-    if (process.state() != QProcess::NotRunning) {
-        process.terminate();
-        if (!process.waitForFinished(5'000)) {
-            process.kill();
-            process.waitForFinished();
-        }
-    }
-}
-
-/// Has @p process end with this one, however this one ends.
-void tie(QProcess& process)
-{
-#ifdef Q_OS_LINUX
-    process.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGTERM); });
-#else
-    Q_UNUSED(process)
-#endif
+    return QString::fromUtf8(outputOf(u"xdotool"_s, arguments)).trimmed();
 }
 
 } // namespace
@@ -63,7 +34,6 @@ class TestSelfUpdate : public QObject
 
 private Q_SLOTS:
     void initTestCase();
-    void cleanupTestCase();
     void init();
     void cleanup();
 
@@ -81,8 +51,7 @@ private:
     void answer(const QString& title, const QString& key) const;
     [[nodiscard]] bool hasLogged(const QString& text) const;
 
-    QProcess m_xvfb;
-    QProcess m_openbox;
+    VirtualDisplay m_display;
     std::optional<PrivateHome> m_home;
     std::optional<StandIns> m_commands;
     std::optional<HttpServer> m_server;
@@ -91,30 +60,9 @@ private:
 
 void TestSelfUpdate::initTestCase()
 {
-    for (const QString& command : {u"Xvfb"_s, u"openbox"_s, u"xdotool"_s, u"xprop"_s, u"zip"_s}) {
-        QVERIFY2(!QStandardPaths::findExecutable(command).isEmpty(),
-                 qPrintable(command + " is missing; ./test.sh installs it"_L1));
-    }
-    tie(m_xvfb);
-    m_xvfb.start(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, u"1024x768x24"_s,
-                             u"-nolisten"_s, u"tcp"_s});
-    QVERIFY2(m_xvfb.waitForStarted(), qPrintable(m_xvfb.errorString()));
-    QTRY_VERIFY_WITH_TIMEOUT(m_xvfb.canReadLine(), 30'000);
-    qputenv("DISPLAY", ':' + m_xvfb.readLine().trimmed());
-    qunsetenv("WAYLAND_DISPLAY");
-    const PrivateHome home;
-    tie(m_openbox);
-    m_openbox.start(u"openbox"_s, {u"--sm-disable"_s});
-    QVERIFY2(m_openbox.waitForStarted(), qPrintable(m_openbox.errorString()));
-    QTRY_VERIFY_WITH_TIMEOUT(
-        output(u"xprop"_s, {u"-root"_s, u"_NET_SUPPORTING_WM_CHECK"_s}).contains("window id"_L1),
-        30'000);
-}
-
-void TestSelfUpdate::cleanupTestCase()
-{
-    stop(m_openbox);
-    stop(m_xvfb);
+    QVERIFY2(!QStandardPaths::findExecutable(u"zip"_s).isEmpty(),
+             "zip is missing; ./test.sh installs it");
+    m_display.start();
 }
 
 void TestSelfUpdate::init()
@@ -130,7 +78,7 @@ void TestSelfUpdate::init()
 void TestSelfUpdate::cleanup()
 {
     if (m_program) {
-        stop(*m_program);
+        stopProcess(*m_program);
     }
     m_program.reset();
     m_server.reset();
@@ -160,7 +108,7 @@ void TestSelfUpdate::start(const QString& fileName, const QByteArray& body)
     environment.remove(u"BROWSER"_s);
     m_program.emplace();
     m_program->setProcessEnvironment(environment);
-    tie(*m_program);
+    endWithThisProcess(*m_program);
     m_program->start(QStringLiteral(QUILLMERE_PROGRAM), QStringList());
     QVERIFY2(m_program->waitForStarted(), qPrintable(m_program->errorString()));
     QTRY_VERIFY_WITH_TIMEOUT(hasLogged(u"SysProfiler - data updated"_s), 30'000);
@@ -171,17 +119,16 @@ void TestSelfUpdate::start(const QString& fileName, const QByteArray& body)
 
 QString TestSelfUpdate::windowId(const QString& title) const
 {
-    return output(u"xdotool"_s, {u"search"_s, u"--onlyvisible"_s, u"--all"_s, u"--pid"_s,
-                                 QString::number(m_program->processId()), u"--name"_s,
-                                 u'^' + QRegularExpression::escape(title) + u'$'});
+    return xdotool({u"search"_s, u"--onlyvisible"_s, u"--all"_s, u"--pid"_s,
+                    QString::number(m_program->processId()), u"--name"_s,
+                    u'^' + QRegularExpression::escape(title) + u'$'});
 }
 
 void TestSelfUpdate::press(const QString& title, const QString& key) const
 {
     const QString id = windowId(title);
     if (!id.isEmpty()) {
-        (void)output(u"xdotool"_s,
-                     {u"windowactivate"_s, u"--sync"_s, id, u"key"_s, u"--clearmodifiers"_s, key});
+        xdotool({u"windowactivate"_s, u"--sync"_s, id, u"key"_s, u"--clearmodifiers"_s, key});
     }
 }
 
@@ -199,9 +146,8 @@ void TestSelfUpdate::pressDownload() const
     // Down the right edge of the last column, until the button is hit and asks.
     const QString id = windowId(mainTitle);
     for (int y = 60; y < 140 && windowId(u"Restart required"_s).isEmpty(); y += 10) {
-        (void)output(u"xdotool"_s,
-                     {u"windowactivate"_s, u"--sync"_s, id, u"mousemove"_s, u"--window"_s, id,
-                      u"585"_s, QString::number(y), u"click"_s, u"1"_s});
+        xdotool({u"windowactivate"_s, u"--sync"_s, id, u"mousemove"_s, u"--window"_s, id, u"585"_s,
+                 QString::number(y), u"click"_s, u"1"_s});
         QTest::qWait(100);
     }
     QTRY_VERIFY_WITH_TIMEOUT(!windowId(u"Restart required"_s).isEmpty(), 10'000);
