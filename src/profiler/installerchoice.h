@@ -21,7 +21,7 @@ struct InstallerCandidate
 /// The applications, packages and disk images below @p folder that may be opened, best first. Links
 /// are not followed, hidden items not listed; items inside a bundle count too.
 ///
-/// Of equal scores the item that lies least deep comes first, then one outside the "__MACOSX" folder
-/// that the Finder puts into its archives, then the first by name.
+/// Of equal scores the item that lies least deep comes first, then one outside the "__MACOSX"
+/// folder that the Finder puts into its archives, then the first by name.
 [[nodiscard]] QList<InstallerCandidate> installerCandidates(const QString& folder,
                                                             const QString& architecture);
