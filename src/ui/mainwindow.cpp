@@ -3,8 +3,11 @@
 
 #include "app/buildinfo.h"
 #include "app/debug.h"
+#include "ui/aboutdialog.h"
+#include "ui/preferencedialog.h"
 #include "ui/waitdialog.h"
 
+#include <QApplication>
 #include <QCloseEvent>
 #include <QDesktopServices>
 #include <QMessageBox>
@@ -12,6 +15,19 @@
 #include <QUrl>
 
 using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// Scrolls the row into view whose button has got the focus.
+void showRowOf(const QWidget* focused, QTableWidget& table)
+{
+    const QWidget* viewport = table.viewport();
+    if (focused && viewport->isAncestorOf(focused)) {
+        table.scrollTo(table.indexAt(focused->mapTo(viewport, focused->rect().center())));
+    }
+}
+
+} // namespace
 
 MainWindow::MainWindow(QWidget* parent)
     : QMainWindow(parent)
@@ -46,6 +62,10 @@ void MainWindow::ui_init()
     m_ui->tableWidget->setColumnWidth(0, 211);
     m_ui->tableWidget->setColumnWidth(1, 174);
     m_ui->tableWidget->setColumnWidth(2, 174);
+    // Tab leaves the table for the buttons of its rows.
+    m_ui->tableWidget->setTabKeyNavigation(false);
+    m_ui->tableWidget->setAccessibleName(tr("Applications"));
+    m_ui->tableWidget->setFocus();
     ui_loadColor();
     ui_connect();
     ui_shortcut();
@@ -53,12 +73,19 @@ void MainWindow::ui_init()
 
 void MainWindow::ui_connect()
 {
+    connect(m_ui->actionAbout, &QAction::triggered, this, &MainWindow::openAbout);
+    connect(m_ui->actionPreferences, &QAction::triggered, this, &MainWindow::openPreferences);
     connect(m_ui->actionReloadWebData, &QAction::triggered, this, &MainWindow::action_loadWebData);
     connect(m_ui->actionReloadSystemData, &QAction::triggered, this,
             &MainWindow::action_loadSysData);
     connect(m_ui->actionOpenLog, &QAction::triggered, this, &MainWindow::openLogFile);
     connect(m_ui->LoadButton, &QPushButton::clicked, this, &MainWindow::action_loadSysData);
     connect(&m_profiler, &Profiler::workFinished, this, &MainWindow::onSysDataLoaded);
+    // The table as context: focus still changes while a window without its members closes.
+    connect(qApp, &QApplication::focusChanged, m_ui->tableWidget,
+            [table = m_ui->tableWidget](const QWidget*, const QWidget* focused) {
+                showRowOf(focused, *table);
+            });
 }
 
 void MainWindow::ui_shortcut()
@@ -75,9 +102,25 @@ bool MainWindow::action_loadWebData()
     }
     const bool isLoaded = loadWebData();
     settleFinishedDownloads();
+    if (m_isReloadPending && !m_isClosed) {
+        // What this load yielded belongs to settings that have been changed since.
+        m_isReloadPending = false;
+        return reloadEverything();
+    }
     if (!isLoaded && !m_isClosed) {
         reportUnreachableCatalogue();
     }
+    return isLoaded;
+}
+
+bool MainWindow::reloadEverything()
+{
+    m_profiler.webData_setConfig(m_config.getParameter(u"webconfig"_s, u"baseURL"_s),
+                                 m_config.getParameter(u"webconfig"_s, u"csvPath"_s),
+                                 m_config.getParameter(u"webconfig"_s, u"csvSeparator"_s),
+                                 m_config.getParameter(u"webconfig"_s, u"softPath"_s));
+    const bool isLoaded = action_loadWebData();
+    action_loadSysData();
     return isLoaded;
 }
 
@@ -141,6 +184,26 @@ void MainWindow::onSysDataLoaded()
     if (m_waitDialog) {
         m_waitDialog->close();
     }
+}
+
+void MainWindow::openPreferences()
+{
+    PreferenceDialog dialog(m_config, this);
+    if (dialog.exec() != QDialog::Accepted) {
+        return;
+    }
+    ui_resetColor();
+    if (m_isLoadingWebData || m_isClosed) {
+        m_isReloadPending = true;
+    } else {
+        reloadEverything();
+    }
+}
+
+void MainWindow::openAbout()
+{
+    aboutDialog dialog(this);
+    dialog.exec();
 }
 
 void MainWindow::openLogFile()

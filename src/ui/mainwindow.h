@@ -77,7 +77,10 @@ public Q_SLOTS:
     void action_loadSysData();
     /// The scan has ended: refreshes records and table.
     void onSysDataLoaded();
+    /// Runs the preferences dialog; when it is accepted, reads the settings again and reloads.
+    void openPreferences();
     void openLogFile();
+    void openAbout();
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -98,13 +101,15 @@ private:
     };
 
     bool loadWebData();
+    /// Loads catalogue and scan with the settings as they are now; false when the former failed.
+    bool reloadEverything();
     void reportUnreachableCatalogue();
     void showWaitDialog();
 
     [[nodiscard]] QWidget* newCatalogueCell(int row);
     void fillRow(int row);
-    /// The colour of a row by its record's verdict.
-    [[nodiscard]] QColor recordColor(int row);
+    /// Says the verdict of a row's record to screen readers and returns its colour.
+    QColor showVerdict(int row);
     [[nodiscard]] bool hasRecord(int row) const { return row >= 0 && row < m_applications.size(); }
 
     [[nodiscard]] bool isRestartAccepted();
@@ -140,5 +145,6 @@ private:
     QNetworkAccessManager m_network;
     QHash<int, Download> m_downloads; ///< by row
     bool m_isLoadingWebData = false;
-    bool m_isClosed = false; ///< by the user; nothing may pop up any more
+    bool m_isReloadPending = false; ///< after the load under way, or the next one
+    bool m_isClosed = false;        ///< by the user; nothing may pop up any more
 };

@@ -29,29 +29,33 @@ void setLabel(const QWidget* cell, const QString& text)
     }
 }
 
-void setButtonVisible(const QWidget* cell, const QString& name, bool isVisible)
-{
-    if (auto* button = cell->findChild<QPushButton*>(name)) {
-        button->setVisible(isVisible);
-    }
-}
-
 /// Switches a row's cell to its downloading or its idle look.
 void showCell(const QWidget* cell, bool isDownloading, const QString& text)
 {
     if (!cell) {
         return;
     }
-    setButtonVisible(cell, u"downloadBtn"_s, !isDownloading);
-    setButtonVisible(cell, u"cancelBtn"_s, isDownloading);
     setLabel(cell, text);
+    auto* download = cell->findChild<QPushButton*>(u"downloadBtn"_s);
+    auto* cancel = cell->findChild<QPushButton*>(u"cancelBtn"_s);
+    QPushButton* shown = isDownloading ? cancel : download;
+    QPushButton* hidden = isDownloading ? download : cancel;
+    if (shown) {
+        shown->show();
+    }
+    if (hidden) {
+        if (shown && hidden->hasFocus()) {
+            shown->setFocus(); // else it would go on to the next row's button
+        }
+        hidden->hide();
+    }
 }
 
 /// Moves the body into the file piece by piece, so that no second copy of it is held. Whether all
 /// of it could be written is deliberately not checked.
 void writeBody(QNetworkReply& reply, QFile& file)
 {
-    constexpr qint64 pieceSize = 1024 * 1024;
+    constexpr qint64 pieceSize = 1'048'576;
     while (reply.bytesAvailable() > 0) {
         const QByteArray piece = reply.read(pieceSize);
         if (piece.isEmpty()) {
@@ -224,7 +228,7 @@ void MainWindow::restoreRow(int row, const Download& download)
     const bool isKnown = hasRecord(row);
     showCell(m_ui->tableWidget->cellWidget(row, 2), false,
              isKnown ? m_applications[row].getWebVersion() : download.webVersion);
-    table_setRowColor(row, isKnown ? recordColor(row) : download.rowColor);
+    table_setRowColor(row, isKnown ? showVerdict(row) : download.rowColor);
 }
 
 void MainWindow::moveDownloads()

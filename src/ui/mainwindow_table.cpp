@@ -41,6 +41,9 @@ QTableWidgetItem* newBlackItem(const QString& text)
 void MainWindow::table_init()
 {
     QTableWidget* table = m_ui->tableWidget;
+    if (table->isAncestorOf(focusWidget())) {
+        table->setFocus(); // else it would go from row to row as they go, and leave the table
+    }
     table->setRowCount(0);
     m_localVersionItems.clear();
     const int rows = int(std::min(m_webAppNames.size(), m_applications.size()));
@@ -51,6 +54,9 @@ void MainWindow::table_init()
         for (int row = 0; row < rows; ++row) {
             fillRow(row);
         }
+        // Tab reaches the rows' buttons before the one below the table.
+        setTabOrder(table->cellWidget(rows - 1, 2)->findChild<QPushButton*>(u"downloadBtn"_s),
+                    m_ui->LoadButton);
     }
     table_setColor();
     showDownloads();
@@ -71,6 +77,7 @@ void MainWindow::fillRow(int row)
     table->setItem(row, 1, localVersion);
 
     auto* catalogue = new QTableWidgetItem;
+    catalogue->setData(Qt::AccessibleTextRole, application.getWebVersion());
     table->setItem(row, 2, catalogue);
     table->setCellWidget(row, 2, newCatalogueCell(row));
     catalogue->setToolTip("Filename: "_L1 + application.getFilename() + "\nRelease Date: "_L1 +
@@ -93,12 +100,14 @@ QWidget* MainWindow::newCatalogueCell(int row)
     layout->addWidget(version, 1);
 
     auto* cancel = newRowButton(u"cancelBtn"_s, u"✕"_s, tr("Cancel download"), cell);
+    cancel->setAccessibleName(tr("Cancel download of %1").arg(m_webAppNames[row]));
     cancel->hide();
     connect(cancel, &QPushButton::clicked, this, [this, row] { cancelDownload(row); });
     layout->addWidget(cancel, 0);
 
     auto* download = newRowButton(u"downloadBtn"_s, u"⤓"_s,
                                   tr("Download & install:\n") + application.getFilename(), cell);
+    download->setAccessibleName(tr("Download %1").arg(m_webAppNames[row]));
     connect(download, &QPushButton::clicked, this, [this, row] { startDownload(row); });
     layout->addWidget(download, 0);
     return cell;
@@ -146,7 +155,7 @@ void MainWindow::table_setColor()
 {
     const qsizetype rows = std::min(m_webAppNames.size(), m_applications.size());
     for (int row = 0; row < rows; ++row) {
-        const QColor color = recordColor(row);
+        const QColor color = showVerdict(row);
         if (const auto download = m_downloads.find(row); download != m_downloads.end()) {
             // A running download colours its row itself, up to its end.
             download->rowColor = color;
@@ -156,11 +165,15 @@ void MainWindow::table_setColor()
     }
 }
 
-QColor MainWindow::recordColor(int row)
+QColor MainWindow::showVerdict(int row)
 {
     const Application& application = m_applications[row];
     const bool isInstalled = application.isInstall();
-    return m_colors[rowColorKey(isInstalled, isInstalled ? application.versionsMatch() : 0)];
+    const int order = isInstalled ? application.versionsMatch() : 0;
+    if (QTableWidgetItem* item = m_ui->tableWidget->item(row, 0)) {
+        item->setData(Qt::AccessibleDescriptionRole, rowVerdict(isInstalled, order));
+    }
+    return m_colors[rowColorKey(isInstalled, order)];
 }
 
 void MainWindow::table_setRowColor(int row, const QColor& color)

@@ -6,3 +6,6 @@
 /// version is older than, equal to or newer than the catalogue's), or an empty text when not
 /// installed.
 [[nodiscard]] QString rowColorKey(bool isInstalled, int order);
+
+/// The verdict that the row's colour shows, in words for those who cannot see it.
+[[nodiscard]] QString rowVerdict(bool isInstalled, int order);

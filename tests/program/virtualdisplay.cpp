@@ -51,8 +51,9 @@ void VirtualDisplay::start()
                  qPrintable(command + " is missing; ./test.sh installs it"_L1));
     }
     endWithThisProcess(m_xvfb);
+    // Without resets: the server would start anew, deaf meanwhile, whenever its last client leaves.
     m_xvfb.start(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, u"1024x768x24"_s,
-                             u"-nolisten"_s, u"tcp"_s});
+                             u"-nolisten"_s, u"tcp"_s, u"-noreset"_s});
     QVERIFY2(m_xvfb.waitForStarted(), qPrintable(m_xvfb.errorString()));
     QTRY_VERIFY2_WITH_TIMEOUT(m_xvfb.canReadLine(), "Xvfb does not say which display it has",
                               30'000);
