@@ -1,6 +1,7 @@
 #include "profiler/profiler.h"
 
 #include "app/debug.h"
+#include "profiler/applicationmatch.h"
 #include "profiler/versionorder.h"
 
 using namespace Qt::Literals::StringLiterals;
@@ -9,7 +10,6 @@ Profiler::Profiler(const QString& url, const QString& csvPath, const QString& cs
                    const QString& softPath)
     : m_sysProfiler(SysProfiler::FIND)
     , m_webProfiler(url, csvPath, csvSeparator, softPath)
-    , m_namePattern(u"^[0-9. ]*$"_s)
 {
     connect(&m_sysProfiler, &SysProfiler::workFinished, this, &Profiler::workFinished);
 }
@@ -142,35 +142,17 @@ QString Profiler::find(const QString& name)
         }
         return {};
     }
-    if (candidates.size() == 1) {
-        const QString& only = candidates.constFirst();
-        Debug(Debug::Info) << "Profiler - '" << name << "' → matched '" << only << "' v"
-                           << m_sysProfiler.getVersion(only);
-        return only;
+    const ApplicationMatch match =
+        matchApplication(name, candidates, [this](const QString& candidate) {
+            return m_sysProfiler.getVersion(candidate);
+        });
+    Debug line(Debug::Info);
+    line << "Profiler - '" << name << "' → ";
+    if (candidates.size() > 1) {
+        line << candidates.size() << " candidates: [" << match.descriptions.join(", "_L1) << "] → ";
     }
-    return bestCandidate(name, candidates);
-}
-
-QString Profiler::bestCandidate(const QString& name, const QStringList& candidates)
-{
-    QString bestVersion = u"0"_s;
-    QString best = candidates.constFirst();
-    QStringList descriptions;
-    for (const QString& candidate : candidates) {
-        const QString suffix = QString(candidate).remove(name);
-        const QString version = m_sysProfiler.getVersion(candidate);
-        // "Synth 2" is a Synth, "Synth Pro" is another product. Of equal versions the later one
-        // wins.
-        if (regexMatch(suffix) && versionCompare(bestVersion, version) <= 0) {
-            bestVersion = version;
-            best = candidate;
-        }
-        descriptions.append(u'\'' + candidate + "' v"_L1 + version);
-    }
-    Debug(Debug::Info) << "Profiler - '" << name << "' → " << candidates.size() << " candidates: ["
-                       << descriptions.join(", "_L1) << "] → matched '" << best << "' v"
-                       << bestVersion;
-    return best;
+    line << "matched '" << match.name << "' v" << match.version;
+    return match.name;
 }
 
 int Profiler::versionCompare(const QString& a, const QString& b) const
@@ -180,5 +162,5 @@ int Profiler::versionCompare(const QString& a, const QString& b) const
 
 bool Profiler::regexMatch(const QString& text) const
 {
-    return m_namePattern.match(text).hasMatch();
+    return isVersionSuffix(text);
 }

@@ -4,7 +4,6 @@
 #include "web/webprofiler.h"
 
 #include <QObject>
-#include <QRegularExpression>
 
 /// The one way to both sources of data, the scan of installed applications and the web catalogue;
 /// decides which application a catalogue entry stands for.
@@ -63,9 +62,6 @@ Q_SIGNALS:
     void workFinished();
 
 private:
-    [[nodiscard]] QString bestCandidate(const QString& name, const QStringList& candidates);
-
     SysProfiler m_sysProfiler;
     WebProfiler m_webProfiler;
-    QRegularExpression m_namePattern;
 };

@@ -1,6 +1,7 @@
 #include "system/sysprofiler.h"
 
 #include "app/debug.h"
+#include "system/nameprefix.h"
 #include "system/system.h"
 
 #include <QElapsedTimer>
@@ -105,11 +106,7 @@ qsizetype SysProfiler::size() const
 QStringList SysProfiler::find(const QString& name) const
 {
     const QMutexLocker locker(&m_mutex);
-    const auto first = std::lower_bound(m_names.cbegin(), m_names.cend(), name);
-    const auto last = std::find_if_not(first, m_names.cend(), [&name](const QString& candidate) {
-        return candidate.startsWith(name);
-    });
-    return QStringList(first, last);
+    return namesWithPrefix(m_names, name);
 }
 
 bool SysProfiler::isInstall(const QString& name) const
@@ -118,8 +115,7 @@ bool SysProfiler::isInstall(const QString& name) const
         return false;
     }
     const QMutexLocker locker(&m_mutex);
-    const auto first = std::lower_bound(m_names.cbegin(), m_names.cend(), name);
-    return first != m_names.cend() && first->startsWith(name);
+    return m_data.contains(name) || hasNameWithPrefix(m_names, name);
 }
 
 QHash<QString, QString> SysProfiler::getInfo(const QString& name) const

@@ -5,7 +5,7 @@
 #include "app/debug.h"
 #include "profiler/ownupdate.h"
 #include "ui/downloadprogress.h"
-#include "ui/downloadtarget.h"
+#include "profiler/downloadtarget.h"
 
 #include <QFile>
 #include <QLabel>

@@ -1,7 +1,7 @@
 #include "ui/mainwindow.h"
 #include "ui_mainwindow.h"
 
-#include "ui/rowcolor.h"
+#include "profiler/rowverdict.h"
 
 #include <QHBoxLayout>
 #include <QLabel>

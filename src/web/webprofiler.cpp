@@ -1,7 +1,7 @@
 #include "web/webprofiler.h"
 
 #include "app/debug.h"
-#include "web/catalogueline.h"
+#include "web/catalogueformat.h"
 
 #include <QElapsedTimer>
 #include <QEventLoop>
@@ -10,8 +10,6 @@
 #include <QTextStream>
 #include <QTimer>
 #include <QUrl>
-
-#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -130,36 +128,15 @@ QByteArray WebProfiler::downloadData(const QUrl& url)
 void WebProfiler::updateData(const QByteArray& data)
 {
     QTextStream lines(data, QIODevice::ReadOnly);
-    // Deliberately as they stand: titles are neither trimmed nor unquoted.
-    const QStringList titles = lines.readLine().split(m_csvSeparator);
-    QHash<QString, qsizetype> columns; // a title's place among a row's values
-    QList<qsizetype> places; // the same by field; of two columns of one title the later one counts
-    for (const QString& title : titles.sliced(1)) {
-        if (!columns.contains(title)) {
-            columns.insert(title, columns.size());
-        }
-        places.append(columns[title]);
-    }
-
+    const auto format = std::make_shared<const CatalogueFormat>(lines.readLine(), m_csvSeparator);
     QString line;
     while (lines.readLineInto(&line)) {
-        const QStringList fields = catalogueFields(line, m_csvSeparator);
-        Row row{columns, {}};
-        row.values.resize(std::min(fields.size() - 1, places.size()));
-        for (qsizetype i = 0; i < row.values.size(); ++i) {
-            row.values[places[i]] = fields[i + 1];
-        }
-        if (row.value(u"Ignored"_s) == "0"_L1) {
-            m_data.insert(fields.constFirst(), row);
-            m_appList.append(fields.constFirst());
+        if (format->isOffered(line)) {
+            const QString name = format->name(line);
+            m_data.insert(name, {format, line});
+            m_appList.append(name);
         }
     }
-}
-
-QString WebProfiler::Row::value(const QString& column) const
-{
-    const qsizetype place = columns.value(column, -1);
-    return place >= 0 && place < values.size() ? values[place] : QString();
 }
 
 void WebProfiler::clear()
@@ -209,8 +186,8 @@ QStringList WebProfiler::find(const QString& name) const
 
 QString WebProfiler::getValue(const QString& name, const QString& column) const
 {
-    const auto row = m_data.constFind(name);
-    return row == m_data.cend() ? QString() : row->value(column);
+    const auto record = m_data.constFind(name);
+    return record == m_data.cend() ? QString() : record->format->value(record->line, column);
 }
 
 QString WebProfiler::getVersion(const QString& name) const

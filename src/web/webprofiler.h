@@ -4,6 +4,9 @@
 #include <QNetworkAccessManager>
 #include <QStringList>
 
+#include <memory>
+
+class CatalogueFormat;
 class QEventLoop;
 class QUrl;
 
@@ -62,16 +65,14 @@ private:
     void wait(QEventLoop& loop);
     void pauseBeforeRetry();
 
-    /// One entry's values; those of one file share the table that tells each column's place.
-    struct Row
+    /// An entry's line, which is taken apart when it is asked for a value: most values never are.
+    struct Record
     {
-        QHash<QString, qsizetype> columns;
-        QStringList values;
-
-        [[nodiscard]] QString value(const QString& column) const;
+        std::shared_ptr<const CatalogueFormat> format;
+        QString line;
     };
 
-    QHash<QString, Row> m_data;
+    QHash<QString, Record> m_data;
     QStringList m_appList;
     QString m_url;
     QString m_csvPath;

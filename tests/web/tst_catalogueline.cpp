@@ -72,6 +72,12 @@ void TestCatalogueLine::splitsAtEverySeparator()
     QFETCH(QString, separator);
     QFETCH(QStringList, fields);
     QCOMPARE(catalogueFields(line, separator), fields);
+    for (qsizetype place = 0; place < fields.size(); ++place) {
+        const auto field = catalogueField(line, separator, place);
+        QVERIFY(field.has_value());
+        QCOMPARE(field->toString(), fields[place]);
+    }
+    QVERIFY(!catalogueField(line, separator, fields.size()).has_value());
 }
 
 void TestCatalogueLine::trimsAField_data()

@@ -1,4 +1,4 @@
-#include "ui/rowcolor.h"
+#include "profiler/rowverdict.h"
 
 #include <QCoreApplication>
 

@@ -1,8 +1,8 @@
-#include "ui/rowcolor.h"
+#include "profiler/rowverdict.h"
 
 #include <QTest>
 
-class TestRowColor : public QObject
+class TestRowVerdict : public QObject
 {
     Q_OBJECT
 
@@ -11,7 +11,7 @@ private Q_SLOTS:
     void namesTheColorOfAVerdict();
 };
 
-void TestRowColor::namesTheColorOfAVerdict_data()
+void TestRowVerdict::namesTheColorOfAVerdict_data()
 {
     QTest::addColumn<bool>("isInstalled");
     QTest::addColumn<int>("order");
@@ -29,7 +29,7 @@ void TestRowColor::namesTheColorOfAVerdict_data()
     row("not installed: empty, whatever the result (newer)", false, 1, "");
 }
 
-void TestRowColor::namesTheColorOfAVerdict()
+void TestRowVerdict::namesTheColorOfAVerdict()
 {
     QFETCH(bool, isInstalled);
     QFETCH(int, order);
@@ -37,5 +37,5 @@ void TestRowColor::namesTheColorOfAVerdict()
     QCOMPARE(rowColorKey(isInstalled, order), key);
 }
 
-QTEST_GUILESS_MAIN(TestRowColor)
-#include "tst_rowcolor.moc"
+QTEST_GUILESS_MAIN(TestRowVerdict)
+#include "tst_rowverdict.moc"

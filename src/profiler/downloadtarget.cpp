@@ -1,4 +1,4 @@
-#include "ui/downloadtarget.h"
+#include "profiler/downloadtarget.h"
 
 #include "config/homefolder.h"
 
