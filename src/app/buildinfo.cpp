@@ -39,7 +39,11 @@ QString defaultBaseUrl()
 
 QString buildDate()
 {
+#ifdef QUILLMERE_BUILD_DATE
+    return QStringLiteral(QUILLMERE_BUILD_DATE);
+#else
     return QStringLiteral(__DATE__);
+#endif
 }
 
 QString qtVersion()

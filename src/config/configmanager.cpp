@@ -42,7 +42,8 @@ bool ConfigManager::checkFile()
         return false;
     }
     QFile copy(m_folder + m_fileName);
-    if (!QFile::copy(m_defaultFile, copy.fileName())) {
+    // Another start of the program may have made the file in the same moment.
+    if (!QFile::copy(m_defaultFile, copy.fileName()) && !copy.exists()) {
         Debug(Debug::Error) << "Failed to copy default config: " << m_defaultFile;
         return false;
     }
@@ -129,7 +130,8 @@ bool ConfigManager::save() const
         return false;
     }
     QTextStream(&file) << data2XML();
-    if (!file.commit()) {
+    // Not left to commit(), to which an error of its last write goes unnoticed.
+    if (!file.flush() || !file.commit()) {
         Debug(Debug::Error) << "Saving failed";
         return false;
     }

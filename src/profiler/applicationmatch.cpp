@@ -12,6 +12,11 @@ bool isVersionSuffix(const QString& suffix)
     return pattern.match(suffix).hasMatch();
 }
 
+bool isVersionOf(const QString& name, const QString& candidate)
+{
+    return isVersionSuffix(QString(candidate).remove(name));
+}
+
 ApplicationMatch matchApplication(const QString& name, const QStringList& candidates,
                                   const InstalledVersion& installedVersion)
 {
@@ -23,10 +28,9 @@ ApplicationMatch matchApplication(const QString& name, const QStringList& candid
     }
     ApplicationMatch best{candidates.constFirst(), u"0"_s, {}};
     for (const QString& candidate : candidates) {
-        const QString suffix = QString(candidate).remove(name);
         const QString version = installedVersion(candidate);
         // "Synth 2" is a Synth, "Synth Pro" is another product.
-        if (isVersionSuffix(suffix) && compareVersions(best.version, version) <= 0) {
+        if (isVersionOf(name, candidate) && compareVersions(best.version, version) <= 0) {
             best.name = candidate;
             best.version = version;
         }

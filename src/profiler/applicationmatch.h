@@ -19,6 +19,10 @@ using InstalledVersion = std::function<QString(const QString& name)>;
 /// the same product: only digits, dots and blanks, or nothing.
 [[nodiscard]] bool isVersionSuffix(const QString& suffix);
 
+/// Whether the installed @p candidate, whose name starts with the catalogue's @p name, has only a
+/// version's suffix beyond it.
+[[nodiscard]] bool isVersionOf(const QString& name, const QString& candidate);
+
 /// Chooses for the catalogue's @p name among @p candidates, the installed names that start with it,
 /// ascending. A single candidate is taken as it is. Of several, the newest whose suffix is one of a
 /// version, of equal versions the later; the first where no suffix is.

@@ -17,6 +17,13 @@ bool containsAnyOf(const QString& name, const QStringList& words)
     });
 }
 
+/// Endings, each after a "*".
+const QStringList& installerPatterns()
+{
+    static const QStringList patterns = {u"*.app"_s, u"*.pkg"_s, u"*.mpkg"_s, u"*.dmg"_s};
+    return patterns;
+}
+
 /// Orders candidates: the lesser tuple is the better candidate.
 auto rank(const InstallerCandidate& candidate, const QDir& folder)
 {
@@ -41,11 +48,27 @@ bool isExcludedInstaller(const QString& name)
     return name.contains("Uninstall"_L1, Qt::CaseInsensitive);
 }
 
+bool hasInstallerEnding(const QString& name)
+{
+    const QStringList& patterns = installerPatterns();
+    return std::any_of(patterns.cbegin(), patterns.cend(), [&name](QStringView pattern) {
+        return name.endsWith(pattern.sliced(1), Qt::CaseInsensitive);
+    });
+}
+
+void sortInstallers(QList<InstallerCandidate>& candidates, const QString& folder)
+{
+    const QDir root(folder);
+    std::sort(candidates.begin(), candidates.end(),
+              [&root](const InstallerCandidate& a, const InstallerCandidate& b) {
+                  return rank(a, root) < rank(b, root);
+              });
+}
+
 QList<InstallerCandidate> installerCandidates(const QString& folder, const QString& architecture)
 {
     QList<InstallerCandidate> candidates;
-    QDirIterator items(folder, {u"*.app"_s, u"*.pkg"_s, u"*.mpkg"_s, u"*.dmg"_s},
-                       QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot,
+    QDirIterator items(folder, installerPatterns(), QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot,
                        QDirIterator::Subdirectories);
     while (items.hasNext()) {
         const QString path = items.next();
@@ -54,10 +77,6 @@ QList<InstallerCandidate> installerCandidates(const QString& folder, const QStri
             candidates.append({path, name, installerScore(name, architecture)});
         }
     }
-    const QDir root(folder);
-    std::sort(candidates.begin(), candidates.end(),
-              [&root](const InstallerCandidate& a, const InstallerCandidate& b) {
-                  return rank(a, root) < rank(b, root);
-              });
+    sortInstallers(candidates, folder);
     return candidates;
 }

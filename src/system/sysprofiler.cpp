@@ -148,7 +148,7 @@ QString SysProfiler::getVersion(const QString& name)
     if (const auto cached = m_versionCache.constFind(name); cached != m_versionCache.cend()) {
         return *cached;
     }
-    const QString version = findPlistVersion(name).section(u' ', 0, 0);
+    const QString version = withoutNote(findPlistVersion(name));
     m_versionCache.insert(name, version);
     if (version.isEmpty()) {
         Debug(Debug::Warning) << "SysProfiler - Cannot read version for '" << name
@@ -159,9 +159,18 @@ QString SysProfiler::getVersion(const QString& name)
 
 QString SysProfiler::findPlistVersion(const QString& name) const
 {
-    const QString path = plistPath(m_data.value(name).value(u"Location"_s));
+    return findBundleVersion(plistPath(m_data.value(name).value(u"Location"_s)));
+}
+
+QString SysProfiler::findBundleVersion(const QString& path)
+{
     const QString version = findPlistValue(path, u"CFBundleShortVersionString"_s);
     return version.isEmpty() ? findPlistValue(path, u"CFBundleLongVersionString"_s) : version;
+}
+
+QString SysProfiler::withoutNote(const QString& bundleVersion)
+{
+    return bundleVersion.section(u' ', 0, 0);
 }
 
 QString SysProfiler::findPlistValue(const QString& path, const QString& key)

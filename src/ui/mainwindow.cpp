@@ -49,7 +49,9 @@ MainWindow::MainWindow(QWidget* parent)
 
 MainWindow::~MainWindow()
 {
-    // While all members are there: both would still report to the window when they are destroyed.
+    // While all members are there: these would still report to the window, and the focus to its
+    // table, when they are destroyed.
+    disconnect(qApp, nullptr, m_ui->tableWidget, nullptr);
     abandonExtractions();
     abandonDownloads();
 }

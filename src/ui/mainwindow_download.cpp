@@ -3,9 +3,10 @@
 
 #include "app/buildinfo.h"
 #include "app/debug.h"
+#include "profiler/downloadtarget.h"
 #include "profiler/ownupdate.h"
 #include "ui/downloadprogress.h"
-#include "profiler/downloadtarget.h"
+#include "web/transfer.h"
 
 #include <QFile>
 #include <QLabel>
@@ -15,6 +16,7 @@
 #include <QPushButton>
 
 #include <algorithm>
+#include <array>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -51,17 +53,23 @@ void showCell(const QWidget* cell, bool isDownloading, const QString& text)
     }
 }
 
+/// Shows @p text as it stands: the server has a say in it, and markup could make the box read any
+/// file of this machine as a picture.
+void warn(QWidget* parent, const QString& title, const QString& text)
+{
+    QMessageBox box(QMessageBox::Warning, title, QString(), QMessageBox::Ok, parent);
+    box.setTextFormat(Qt::PlainText);
+    box.setText(text);
+    box.exec();
+}
+
 /// Moves the body into the file piece by piece, so that no second copy of it is held. Whether all
 /// of it could be written is deliberately not checked.
 void writeBody(QNetworkReply& reply, QFile& file)
 {
-    constexpr qint64 pieceSize = 1'048'576;
-    while (reply.bytesAvailable() > 0) {
-        const QByteArray piece = reply.read(pieceSize);
-        if (piece.isEmpty()) {
-            return;
-        }
-        file.write(piece);
+    std::array<char, 262'144> piece;
+    for (qint64 size = 0; (size = reply.read(piece.data(), piece.size())) > 0;) {
+        file.write(piece.data(), size);
     }
 }
 
@@ -185,10 +193,9 @@ void MainWindow::onDownloadFinished(int row)
         return;
     }
     const Download download = m_downloads.take(row);
-    if (download.reply->error() != QNetworkReply::NoError) {
-        const QString error = download.reply->errorString();
-        Debug(Debug::Error) << "Download - Error: " << error;
-        QMessageBox::warning(this, tr("Download Error"), error, QMessageBox::Ok);
+    if (const std::optional<QString> error = transferError(*download.reply)) {
+        Debug(Debug::Error) << "Download - Error: " << *error;
+        warn(this, tr("Download Error"), *error);
     } else {
         saveDownload(download);
     }
@@ -203,8 +210,7 @@ void MainWindow::saveDownload(const Download& download)
     const QString path = folder + u'/' + download.fileName;
     QFile file(path);
     if (!staysInFolder(download.fileName) || !file.open(QIODevice::WriteOnly)) {
-        QMessageBox::warning(this, tr("File Error"), tr("Cannot write to: ") + path,
-                             QMessageBox::Ok);
+        warn(this, tr("File Error"), tr("Cannot write to: ") + path);
         return;
     }
     writeBody(*download.reply, file);

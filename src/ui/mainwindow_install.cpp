@@ -100,6 +100,8 @@ void MainWindow::startExtraction(const QString& archivePath, const QString& down
     // for an encrypted archive's password.
     process->setChildProcessModifier([] { ::setsid(); });
     process->start(u"/usr/bin/unzip"_s, {u"-o"_s, archivePath, u"-d"_s, workFolder});
+    // On a full disk unzip asks whether to go on, and nobody would answer.
+    process->closeWriteChannel();
 }
 
 void MainWindow::finishExtraction(const QString& archivePath, const QString& workFolder,

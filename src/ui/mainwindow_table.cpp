@@ -3,9 +3,11 @@
 
 #include "profiler/rowverdict.h"
 
+#include <QApplication>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QTextDocument>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -19,13 +21,20 @@ const QString cellStyleSheet =
     "QPushButton:pressed { background-color: #b0b0b0; }"
     "QPushButton#cancelBtn { color: red; }"_s;
 
+/// A tool tip that shows @p text as it stands: the server has a say in it, and markup could make
+/// the tip read any file of this machine as a picture.
+QString plainToolTip(const QString& text)
+{
+    return Qt::mightBeRichText(text) ? Qt::convertFromPlainText(text) : text;
+}
+
 QPushButton* newRowButton(const QString& name, const QString& text, const QString& toolTip,
                           QWidget* cell)
 {
     auto* button = new QPushButton(text, cell);
     button->setObjectName(name);
     button->setFixedSize(24, 24);
-    button->setToolTip(toolTip);
+    button->setToolTip(plainToolTip(toolTip));
     return button;
 }
 
@@ -34,6 +43,19 @@ QTableWidgetItem* newBlackItem(const QString& text)
     auto* item = new QTableWidgetItem(text);
     item->setForeground(QBrush(Qt::black));
     return item;
+}
+
+/// Puts one update of every visible window in the place of the update that each widget has posted
+/// when it was shown. Those of a filled table's cells, one by one, would make the repaint look at
+/// all other cells for each: quadratic, and seconds at some thousand rows.
+void mergeUpdates()
+{
+    QCoreApplication::removePostedEvents(nullptr, QEvent::UpdateLater);
+    for (QWidget* window : QApplication::topLevelWidgets()) {
+        if (window->isVisible()) {
+            window->update();
+        }
+    }
 }
 
 } // namespace
@@ -62,6 +84,7 @@ void MainWindow::table_init()
     showDownloads();
     // Else the first repaint would find every cell at the origin and paint them all.
     table->doItemsLayout();
+    mergeUpdates();
 }
 
 void MainWindow::fillRow(int row)
@@ -80,8 +103,8 @@ void MainWindow::fillRow(int row)
     catalogue->setData(Qt::AccessibleTextRole, application.getWebVersion());
     table->setItem(row, 2, catalogue);
     table->setCellWidget(row, 2, newCatalogueCell(row));
-    catalogue->setToolTip("Filename: "_L1 + application.getFilename() + "\nRelease Date: "_L1 +
-                          application.getReleaseDate());
+    catalogue->setToolTip(plainToolTip("Filename: "_L1 + application.getFilename() +
+                                       "\nRelease Date: "_L1 + application.getReleaseDate()));
 }
 
 QWidget* MainWindow::newCatalogueCell(int row)

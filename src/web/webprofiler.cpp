@@ -2,6 +2,7 @@
 
 #include "app/debug.h"
 #include "web/catalogueformat.h"
+#include "web/transfer.h"
 
 #include <QElapsedTimer>
 #include <QEventLoop>
@@ -112,14 +113,13 @@ QByteArray WebProfiler::downloadData(const QUrl& url)
         reply->abort();
         return {};
     }
-    if (reply->error() != QNetworkReply::NoError) {
+    if (std::optional<QString> error = transferError(*reply)) {
         const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-        QString error = reply->errorString();
         if (status != 0) {
-            error += " (HTTP "_L1 + QString::number(status) + u')';
+            *error += " (HTTP "_L1 + QString::number(status) + u')';
         }
-        m_lastError = error;
-        Debug(Debug::Error) << "WebProfiler - Network error: " << error;
+        m_lastError = *error;
+        Debug(Debug::Error) << "WebProfiler - Network error: " << *error;
         return {};
     }
     return reply->readAll();

@@ -111,6 +111,7 @@ private Q_SLOTS:
     void writesALineOfEachLevel_data();
     void writesALineOfEachLevel();
     void aLineIsStampedWithTheLocalTimeOfItsBeginning();
+    void theStampGoesOnWithTheClock();
     void aLineWithoutTextStillHasStampAndLevel();
     void aLineIsWrittenWhenItsObjectEnds();
     void aLineIsInTheFileAtOnce();
@@ -285,6 +286,17 @@ void TestDebug::aLineIsStampedWithTheLocalTimeOfItsBeginning()
     const QDateTime stamp = QDateTime::fromString(match.captured(1), Qt::ISODate);
     QVERIFY2(before <= stamp && stamp <= after, qUtf8Printable(text));
     QCOMPARE(Console::messages().constFirst().text + u'\n', text);
+}
+
+void TestDebug::theStampGoesOnWithTheClock()
+{
+    const Console console;
+    const auto stampOfALine = [] {
+        Debug(Debug::Info) << "a line";
+        return Console::messages().constLast().text.section(u' ', 0, 0);
+    };
+    const QString first = stampOfALine();
+    QTRY_COMPARE_GT_WITH_TIMEOUT(stampOfALine(), first, 3'000);
 }
 
 void TestDebug::aLineWithoutTextStillHasStampAndLevel()

@@ -14,6 +14,8 @@ class TestApplicationMatch : public QObject
 private Q_SLOTS:
     void tellsVersionSuffixes_data();
     void tellsVersionSuffixes();
+    void tellsVersionsOfOneProduct_data();
+    void tellsVersionsOfOneProduct();
     void choosesAmongTheCandidates_data();
     void choosesAmongTheCandidates();
     void describesEachOfSeveralCandidates();
@@ -39,6 +41,27 @@ void TestApplicationMatch::tellsVersionSuffixes()
     QFETCH(QString, suffix);
     QFETCH(bool, isOne);
     QCOMPARE(isVersionSuffix(suffix), isOne);
+}
+
+void TestApplicationMatch::tellsVersionsOfOneProduct_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("candidate");
+    QTest::addColumn<bool>("isOne");
+
+    QTest::newRow("the name itself") << u"Synth"_s << u"Synth"_s << true;
+    QTest::newRow("a number behind it") << u"Synth"_s << u"Synth 2"_s << true;
+    QTest::newRow("a word behind it") << u"Synth"_s << u"Synth Pro"_s << false;
+    QTest::newRow("the name once more behind it") << u"Synth"_s << u"Synth Synth"_s << true;
+    QTest::newRow("no name") << QString() << u"Synth"_s << false;
+}
+
+void TestApplicationMatch::tellsVersionsOfOneProduct()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, candidate);
+    QFETCH(bool, isOne);
+    QCOMPARE(isVersionOf(name, candidate), isOne);
 }
 
 void TestApplicationMatch::choosesAmongTheCandidates_data()

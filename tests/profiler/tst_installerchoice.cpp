@@ -233,6 +233,7 @@ void TestInstallerChoice::listsWhatCanBeInstalled()
     QFETCH(bool, isListed);
     create(name);
     QCOMPARE(ranking(arm), isListed ? QStringList{name} : QStringList());
+    QCOMPARE(hasInstallerEnding(name) && !name.startsWith(u'.'), isListed);
 }
 
 void TestInstallerChoice::namesEachCandidateWithPathAndScore()

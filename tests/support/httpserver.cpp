@@ -17,7 +17,8 @@ QByteArray headOf(const HttpReply& reply)
 {
     QByteArray head = "HTTP/1.1 " + QByteArray::number(reply.status) + " Status\r\n";
     if (reply.withLength) {
-        const qint64 length = reply.announcedLength < 0 ? reply.body.size() : reply.announcedLength;
+        const qint64 own = reply.body.size() * reply.times;
+        const qint64 length = reply.announcedLength < 0 ? own : reply.announcedLength;
         head += "Content-Length: " + QByteArray::number(length) + "\r\n";
     }
     for (const QByteArray& line : reply.headers) {
@@ -50,7 +51,7 @@ void trickle(QTcpSocket* socket, const QByteArray& body, int interval)
     auto* timer = new QTimer(socket);
     auto sent = std::make_shared<qsizetype>(0);
     timer->callOnTimeout(socket, [socket, timer, sent, body] {
-        if (*sent == body.size()) {
+        if (*sent == body.size() || !socket->isOpen()) {
             timer->stop();
             socket->disconnectFromHost();
             return;
@@ -58,6 +59,24 @@ void trickle(QTcpSocket* socket, const QByteArray& body, int interval)
         socket->write(body.mid((*sent)++, 1));
     });
     timer->start(interval);
+}
+
+/// Writes as much as the client takes, so that the whole of it never lies in memory here.
+void repeat(QTcpSocket* socket, const QByteArray& body, int times)
+{
+    auto left = std::make_shared<int>(times);
+    const auto writeOne = [socket, left, body] {
+        if (socket->bytesToWrite() > 0) {
+            return;
+        }
+        if (--*left < 0) {
+            socket->disconnectFromHost();
+            return;
+        }
+        socket->write(body);
+    };
+    QObject::connect(socket, &QTcpSocket::bytesWritten, socket, writeOne);
+    writeOne();
 }
 
 } // namespace
@@ -130,7 +149,13 @@ void HttpServer::send(QTcpSocket* socket, const HttpReply& reply)
     if (reply.manner == HttpReply::Silent) {
         return;
     }
-    socket->write(headOf(reply));
+    if (reply.manner != HttpReply::Raw) {
+        socket->write(headOf(reply));
+    }
+    if (reply.times > 1) {
+        repeat(socket, reply.body, reply.times);
+        return;
+    }
     if (reply.manner == HttpReply::Trickle) {
         trickle(socket, reply.body, reply.trickleInterval);
         return;

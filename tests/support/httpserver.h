@@ -17,7 +17,8 @@ struct HttpReply
         Silent,  ///< nothing at all, the connection stays open
         Trickle, ///< the body a byte at a time, one each trickleInterval
         Stall,   ///< head and body, then the connection stays open although more was announced
-        Cut      ///< head and body, then the connection is closed although more was announced
+        Cut,     ///< head and body, then the connection is closed although more was announced
+        Raw      ///< the body alone, without a head, then the connection is closed
     };
 
     QByteArray body = {};
@@ -27,6 +28,7 @@ struct HttpReply
     qint64 announcedLength = -1;    ///< Content-Length; the body's own when negative
     bool withLength = true;         ///< without a length the end of the connection ends the body
     int trickleInterval = 100;      ///< ms
+    int times = 1;                  ///< how often a Whole answer has the body, piece after piece
 };
 
 /// An HTTP server on a free port of 127.0.0.1, served by the test's own event loop.

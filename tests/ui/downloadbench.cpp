@@ -94,29 +94,49 @@ QStringList DownloadBench::savedNames() const
                    QDir::Name);
 }
 
-void DownloadBench::writeSettings()
+QString DownloadBench::softAddress() const
+{
+    if (!m_softAddress.isEmpty()) {
+        return m_softAddress;
+    }
+    return m_source == Held ? m_held.url(u"soft/"_s) : m_server.url(u"soft/"_s);
+}
+
+QString DownloadBench::catalogueAddress() const
+{
+    return m_server.url(u"catalogue.csv"_s);
+}
+
+QByteArray DownloadBench::settings() const
 {
     // The parts of an address are simply joined, so each server's may stand in the paths.
-    const QString installers =
-        m_softAddress.isEmpty()
-            ? (m_source == Held ? m_held.url(u"soft/"_s) : m_server.url(u"soft/"_s))
-            : m_softAddress;
     const QString text =
         u"<root><color><base>#d4d4d4</base><down>#ffdada</down><equal>#daffda</equal>"
         "<up>#dadaff</up></color><webconfig><baseURL></baseURL><csvPath>%1</csvPath>"
         "<csvSeparator>,</csvSeparator><softPath>%2</softPath></webconfig>"
         "<localconfig><downloadFolder>%3</downloadFolder></localconfig></root>"_s.arg(
-            m_server.url(u"catalogue.csv"_s), installers, m_downloadFolder.toHtmlEscaped());
-    m_machine.home().write(u"Library/Quillmere/config.xml"_s, text.toUtf8());
+            catalogueAddress(), softAddress(), m_downloadFolder.toHtmlEscaped());
+    return text.toUtf8();
 }
 
-void DownloadBench::open(Visibility visibility)
+void DownloadBench::create(Visibility visibility)
 {
-    writeSettings();
+    m_machine.home().write(u"Library/Quillmere/config.xml"_s, settings());
+    restart(visibility);
+}
+
+void DownloadBench::restart(Visibility visibility)
+{
+    m_window.reset();
     m_window = std::make_unique<MainWindow>();
     if (visibility == Shown) {
         m_window->show();
     }
+}
+
+void DownloadBench::open(Visibility visibility)
+{
+    create(visibility);
     QVERIFY(m_window->action_loadWebData());
     (void)m_machine.takeLog();
 }

@@ -60,6 +60,7 @@ public:
     ~DownloadBench() override;
 
     [[nodiscard]] SampleMachine& machine() { return m_machine; }
+    [[nodiscard]] const SampleMachine& machine() const { return m_machine; }
     [[nodiscard]] HttpServer& server() { return m_server; }
     [[nodiscard]] HeldServer& held() { return m_held; }
 
@@ -74,6 +75,11 @@ public:
     void setDownloadFolder(const QString& folder) { m_downloadFolder = folder; }
     /// Where installers come from instead; for an address of another scheme. Before open().
     void setSoftAddress(const QString& address) { m_softAddress = address; }
+    [[nodiscard]] QString softAddress() const;
+    [[nodiscard]] QString catalogueAddress() const;
+    [[nodiscard]] bool isHeld() const { return m_source == Held; }
+    /// What create() or open() writes into the settings file.
+    [[nodiscard]] QByteArray settings() const;
     /// HOME + "/Downloads", which exists.
     [[nodiscard]] QString downloads() const;
     /// The bytes of the file @p name in downloads().
@@ -88,6 +94,10 @@ public:
     };
     /// Creates a window that has loaded the catalogue.
     void open(Visibility visibility = Shown);
+    /// Creates a window that has loaded nothing yet.
+    void create(Visibility visibility = Shown);
+    /// The same with the settings file as it is.
+    void restart(Visibility visibility = Shown);
     /// Destroys the window.
     void destroy() { m_window.reset(); }
     [[nodiscard]] MainWindow& window() { return *m_window; }
@@ -125,7 +135,6 @@ public Q_SLOTS:
     void keepOpened(const QUrl& url);
 
 private:
-    void writeSettings();
     void setCatalogue(const QByteArray& text);
     void queueReplies();
     [[nodiscard]] QString background(int row) const;

@@ -18,6 +18,33 @@ const QColor down(0xff, 0xda, 0xda);
 const QColor equal(0xda, 0xff, 0xda);
 const QColor up(0xda, 0xda, 0xff);
 
+/// Counts the events of one type that reach a widget, or anything in it.
+class EventCounter : public QObject
+{
+public:
+    EventCounter(const QWidget& widget, QEvent::Type type) : m_widget(widget), m_type(type)
+    {
+        qApp->installEventFilter(this);
+    }
+
+    [[nodiscard]] int count() const { return m_count; }
+
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        const auto* widget = qobject_cast<QWidget*>(watched);
+        if (event->type() == m_type && widget &&
+            (widget == &m_widget || m_widget.isAncestorOf(widget))) {
+            ++m_count;
+        }
+        return false;
+    }
+
+private:
+    const QWidget& m_widget;
+    QEvent::Type m_type;
+    int m_count = 0;
+};
+
 } // namespace
 
 class TestApplicationTable : public QObject
@@ -47,6 +74,8 @@ private Q_SLOTS:
     void rowsFollowTheCatalogue();
     void everyRowIsBuiltAtOnce();
     void cellsLieWhereTheyBelongAtOnce();
+    void cellsAskForNoUpdateEach();
+    void otherWindowsAreStillPainted();
     void rebuildingReplacesAllCells();
     void clearingRemovesAllRows();
     void emptyTableNeedsNoColor();
@@ -357,6 +386,32 @@ void TestApplicationTable::cellsLieWhereTheyBelongAtOnce()
     for (const int row : {0, 1, 2}) {
         QCOMPARE(places[row], m_setup->table()->visualItemRect(item(row, 2)));
     }
+}
+
+void TestApplicationTable::cellsAskForNoUpdateEach()
+{
+    MainWindow& window = loadWithoutScan({{"Synth"}, {"Atlas"}, {"Tool"}});
+    QCoreApplication::processEvents();
+    const EventCounter updates(*m_setup->table()->viewport(), QEvent::UpdateLater);
+    window.table_init();
+    const EventCounter paints(*cell(2), QEvent::Paint);
+    QCoreApplication::processEvents();
+    QCOMPARE(updates.count(), 0);
+    QVERIFY(paints.count() > 0);
+}
+
+void TestApplicationTable::otherWindowsAreStillPainted()
+{
+    MainWindow& window = loadWithoutScan({{"Synth"}});
+    QWidget other;
+    other.show();
+    QCoreApplication::processEvents();
+    auto* late = new QWidget(&other);
+    const EventCounter paints(*late, QEvent::Paint);
+    late->show();
+    window.table_init();
+    QCoreApplication::processEvents();
+    QVERIFY(paints.count() > 0);
 }
 
 void TestApplicationTable::rebuildingReplacesAllCells()

@@ -1,5 +1,7 @@
 #include "ui/downloadbench.h"
 
+#include "support/archives.h"
+#include "support/limits.h"
 #include "support/modalbox.h"
 #include "system/system.h"
 #include "ui/waitdialog.h"
@@ -14,7 +16,6 @@
 #include <QTest>
 #include <QTimer>
 
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -53,90 +54,7 @@ QStringList spelt(const QStringList& texts)
     return all;
 }
 
-void run(const QString& program, const QStringList& arguments, const QString& folder)
-{
-    QProcess process;
-    process.setWorkingDirectory(folder);
-    process.start(program, arguments);
-    QVERIFY2(process.waitForFinished(60'000) && process.exitCode() == 0,
-             process.readAllStandardError().constData());
-}
-
-/// What the real `zip` makes of @p paths, files or, ending in "/", folders.
-QByteArray zipped(const QStringList& paths, const QStringList& options = {})
-{
-    const QTemporaryDir folder;
-    for (const QString& path : paths) {
-        const QString full = folder.path() + "/in/"_L1 + path;
-        QDir().mkpath(path.endsWith(u'/') ? full : QFileInfo(full).path());
-        if (!path.endsWith(u'/')) {
-            QFile file(full);
-            if (!file.open(QIODevice::WriteOnly) || file.write("of " + path.toUtf8()) < 0) {
-                qFatal("cannot write %s", qUtf8Printable(full));
-            }
-        }
-    }
-    run(u"zip"_s, options + QStringList{u"-q"_s, u"-r"_s, u"../out.zip"_s, u"."_s},
-        folder.path() + "/in"_L1);
-    return PrivateHome::read(folder.path() + "/out.zip"_L1);
-}
-
-/// The archive that a Python script writes into `archive`, a zipfile.ZipFile.
-QByteArray zippedBy(const QByteArray& script)
-{
-    const QTemporaryDir folder;
-    QFile file(folder.filePath(u"make.py"_s));
-    if (!file.open(QIODevice::WriteOnly)) {
-        qFatal("cannot write the script");
-    }
-    file.write("import stat, zipfile\n"
-               "def link(archive, name, target):\n"
-               "    entry = zipfile.ZipInfo(name)\n"
-               "    entry.create_system = 3\n"
-               "    entry.external_attr = (stat.S_IFLNK | 0o777) << 16\n"
-               "    archive.writestr(entry, target)\n"
-               "with zipfile.ZipFile('out.zip', 'w') as archive:\n");
-    for (const QByteArray& line : script.split('\n')) {
-        file.write("    " + line + '\n');
-    }
-    file.close();
-    run(u"python3"_s, {u"make.py"_s}, folder.path());
-    return PrivateHome::read(folder.filePath(u"out.zip"_s));
-}
-
 const QString workFolder = u".quillmere_extract"_s;
-
-/// Lets the process open only a few files more for as long as the object lives.
-class FewFiles
-{
-public:
-    explicit FewFiles(int left)
-    {
-        ::getrlimit(RLIMIT_NOFILE, &m_former);
-        rlimit few = m_former;
-        few.rlim_cur = std::min<rlim_t>(m_former.rlim_cur, 256);
-        ::setrlimit(RLIMIT_NOFILE, &few);
-        for (int file = ::dup(0); file >= 0; file = ::dup(0)) {
-            m_taken.append(file);
-        }
-        for (int i = 0; i < left; ++i) {
-            ::close(m_taken.takeLast());
-        }
-    }
-
-    ~FewFiles()
-    {
-        for (const int file : std::as_const(m_taken)) {
-            ::close(file);
-        }
-        ::setrlimit(RLIMIT_NOFILE, &m_former);
-    }
-    Q_DISABLE_COPY_MOVE(FewFiles)
-
-private:
-    rlimit m_former = {};
-    QList<int> m_taken;
-};
 
 } // namespace
 

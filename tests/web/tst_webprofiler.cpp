@@ -2,6 +2,7 @@
 
 #include "app/debug.h"
 #include "support/httpserver.h"
+#include "support/localtrust.h"
 #include "support/privatehome.h"
 #include "webfixture.h"
 
@@ -9,7 +10,6 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QSignalSpy>
-#include <QSslSocket>
 #include <QTcpSocket>
 #include <QTest>
 #include <QTimer>
@@ -38,29 +38,6 @@ QStringList distinctRequests(const HttpServer& server)
     QStringList requests = server.requests();
     requests.removeDuplicates();
     return requests;
-}
-
-/// Every transfer trusts the local certificate for as long as this lives.
-class LocalTrust
-{
-public:
-    LocalTrust()
-    {
-        QSslConfiguration trusting = m_former;
-        trusting.addCaCertificates({localTlsIdentity().localCertificate()});
-        QSslConfiguration::setDefaultConfiguration(trusting);
-    }
-    ~LocalTrust() { QSslConfiguration::setDefaultConfiguration(m_former); }
-    Q_DISABLE_COPY_MOVE(LocalTrust)
-
-private:
-    QSslConfiguration m_former = QSslConfiguration::defaultConfiguration();
-};
-
-/// Whether this machine can serve the key that the tests bring.
-bool canServeTls()
-{
-    return QSslSocket::supportsSsl() && QSslSocket::activeBackend() == "openssl"_L1;
 }
 
 } // namespace
