@@ -4,8 +4,8 @@
 
 # What the build needs, as "package" or as "command=package" where the command is enough: however
 # it came onto the machine, nothing is installed then.
-BUILD_PACKAGES="c++=g++ cmake=cmake ninja=ninja-build qt6-base-dev fonts-dejavu-core"
-BUILD_FORMULAS="cmake ninja qtbase"
+BUILD_PACKAGES="c++=g++ cmake=cmake ninja=ninja-build qt6-base-dev libzip-dev fonts-dejavu-core"
+BUILD_FORMULAS="cmake ninja qtbase libzip"
 
 say() {
     printf '%s\n' "$*"
@@ -93,14 +93,23 @@ install_missing() {
     fi
 }
 
+# Where the preset release puts the program.
+release_program() {
+    if on_mac; then
+        printf 'build/release/Quillmere.app/Contents/MacOS/Quillmere'
+    else
+        printf 'build/release/quillmere'
+    fi
+}
+
 # build_preset PRESET [TARGET]: configures where that was not done since the presets last changed,
-# and builds what is out of date.
+# and builds what is out of date; without TARGET, all that the preset names.
 build_preset() {
-    local preset=$1 target=${2-all}
+    local preset=$1 target=${2-}
     if [ ! "build/$preset/build.ninja" -nt CMakePresets.json ]; then
         cmake --preset "$preset" \
             || fail "cmake could not configure the build; correct what it names above"
     fi
-    cmake --build --preset "$preset" --target "$target" \
+    cmake --build --preset "$preset" ${target:+--target "$target"} \
         || fail "preset '$preset' does not build; correct what the compiler names above"
 }

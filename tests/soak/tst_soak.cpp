@@ -1,0 +1,206 @@
+// One window that loads, scans and downloads again and again, and what the process holds after it.
+
+#include "app/debug.h"
+#include "soak/holdings.h"
+#include "soak/steadyserver.h"
+#include "support/privatehome.h"
+#include "support/standin.h"
+#include "ui/mainwindow.h"
+
+#include <QDesktopServices>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QPushButton>
+#include <QTableWidget>
+#include <QTest>
+#include <QUrl>
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int patience = 30'000;
+constexpr double allowedGrowth = 0.02;
+constexpr int archiveRow = 0;
+
+/// QUILLMERE_SOAK_ROUNDS, or the default.
+int wantedRounds()
+{
+    bool isSet = false;
+    const int rounds = qEnvironmentVariableIntValue("QUILLMERE_SOAK_ROUNDS", &isSet);
+    return isSet ? std::max(rounds, 40) : 120;
+}
+
+/// The former handler, but without the log.
+QtMessageHandler formerHandler = nullptr;
+
+void dropLog(QtMsgType type, const QMessageLogContext& context, const QString& text)
+{
+    if (type != QtDebugMsg) {
+        formerHandler(type, context, text);
+    }
+}
+
+} // namespace
+
+class TestSoak : public QObject
+{
+    Q_OBJECT
+
+public Q_SLOTS:
+    /// Called in the desktop's place.
+    void keepOpened(const QUrl& url) { m_opened = url.toLocalFile(); }
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanupTestCase();
+
+    void holdsNoMoreAfterManyRoundsThanAfterAFew();
+
+private:
+    void writeSettings();
+    void makeArchive();
+    void runRound(int round);
+    void scan();
+    void download(int row);
+
+    std::optional<PrivateHome> m_home;
+    std::optional<StandIns> m_standIns;
+    std::optional<SteadyServer> m_server;
+    std::unique_ptr<MainWindow> m_window;
+    QPushButton* m_loadButton = nullptr;
+    QTableWidget* m_table = nullptr;
+    QString m_opened;
+};
+
+void TestSoak::initTestCase()
+{
+    formerHandler = qInstallMessageHandler(dropLog);
+    m_home.emplace();
+    m_standIns.emplace();
+    m_server.emplace();
+    Debug::init();
+    QDir(m_home->path()).mkpath(u"Downloads"_s);
+    QDesktopServices::setUrlHandler(u"file"_s, this, "keepOpened");
+
+    QByteArray catalogue = "Name,Version,Release date,Filename,Ignored\n";
+    QByteArray paths;
+    for (int i = 0; i < 30; ++i) {
+        const QByteArray name = "Tool " + QByteArray::number(i);
+        catalogue += name + ",2." + QByteArray::number(i) + ",2026-01-31," +
+                     (i == archiveRow ? "tool.zip" : "tool.dmg") + ",0\n";
+        const QString bundle =
+            m_home->path() + "/Bundles/"_L1 + QString::fromUtf8(name) + ".app"_L1;
+        m_home->write("Bundles/"_L1 + QString::fromUtf8(name) + ".app/Contents/Info.plist"_L1,
+                      "<plist><dict><key>CFBundleShortVersionString</key><string>1." +
+                          QByteArray::number(i) + "</string></dict></plist>");
+        paths += bundle.toUtf8() + '\n';
+    }
+    m_standIns->addPrinting(u"find"_s, paths);
+    m_server->serve("catalogue.csv", catalogue);
+    m_server->serve("soft/tool.dmg", QByteArray(100'000, 'x'));
+    makeArchive();
+    writeSettings();
+
+    m_window = std::make_unique<MainWindow>();
+    m_window->show();
+    m_loadButton = m_window->findChild<QPushButton*>(u"LoadButton"_s);
+    m_table = m_window->findChild<QTableWidget*>(u"tableWidget"_s);
+}
+
+void TestSoak::cleanupTestCase()
+{
+    m_window.reset();
+    QDesktopServices::unsetUrlHandler(u"file"_s);
+}
+
+void TestSoak::writeSettings()
+{
+    m_home->write(u"Library/Quillmere/config.xml"_s,
+                  "<root><color><base>#d4d4d4</base><down>#ffdada</down><equal>#daffda</equal>"
+                  "<up>#dadaff</up></color><webconfig><baseURL>" +
+                      m_server->url().toUtf8() +
+                      "</baseURL><csvPath>catalogue.csv</csvPath><csvSeparator>,</csvSeparator>"
+                      "<softPath>soft/</softPath></webconfig><localconfig>"
+                      "<downloadFolder>~/Downloads</downloadFolder></localconfig></root>");
+}
+
+void TestSoak::makeArchive()
+{
+    m_home->write(u"Archive/Tool.pkg"_s, QByteArray(10'000, 'y'));
+    const QString archive = m_home->path() + "/tool.zip"_L1;
+    QCOMPARE(QProcess::execute(u"zip"_s, {u"-qjr"_s, archive, m_home->path() + "/Archive"_L1}), 0);
+    m_server->serve("soft/tool.zip", PrivateHome::read(archive));
+}
+
+void TestSoak::scan()
+{
+    m_window->action_loadSysData();
+    QTRY_VERIFY_WITH_TIMEOUT(m_loadButton->isEnabled(), patience);
+    QCOMPARE(m_table->item(7, 1)->text(), u"1.7"_s);
+}
+
+void TestSoak::download(int row)
+{
+    const QString installer = row == archiveRow ? u"Tool.pkg"_s : u"tool.dmg"_s;
+    const QString path = m_home->path() + "/Downloads/"_L1 + installer;
+    m_opened.clear();
+    m_table->cellWidget(row, 2)->findChild<QPushButton*>(u"downloadBtn"_s)->click();
+    QTRY_COMPARE_WITH_TIMEOUT(m_opened, path, patience);
+    QTRY_VERIFY_WITH_TIMEOUT(m_loadButton->isEnabled(), patience); // the scan that follows
+    QCOMPARE(QFileInfo(path).size(), row == archiveRow ? 10'000 : 100'000);
+    QVERIFY(QFile::remove(path));
+}
+
+void TestSoak::runRound(int round)
+{
+    QVERIFY(m_window->action_loadWebData());
+    QCOMPARE(m_table->rowCount(), 30);
+    scan();
+    download(round % m_table->rowCount());
+}
+
+void TestSoak::holdsNoMoreAfterManyRoundsThanAfterAFew()
+{
+    const int rounds = wantedRounds();
+    const int warmUp = rounds / 5;
+    const int interval = std::max(rounds / 40, 1);
+    QList<double> resident;
+    QList<double> allocated;
+    std::optional<Holdings> atFirst;
+    for (int round = 1; round <= warmUp + rounds; ++round) {
+        runRound(round);
+        if (QTest::currentTestFailed()) {
+            QFAIL(qPrintable(u"in round %1"_s.arg(round)));
+        }
+        if (round <= warmUp || round % interval != 0) {
+            continue;
+        }
+        if (!atFirst) {
+            QTest::qWait(200); // for connections and threads that are just ending
+            atFirst = currentHoldings();
+            qInfo("round %d: %s", round, qPrintable(asText(*atFirst)));
+        }
+        QTRY_COMPARE(currentHoldings().files, atFirst->files);
+        QTRY_COMPARE(currentHoldings().threads, atFirst->threads);
+        const Holdings now = currentHoldings();
+        resident.append(now.residentKiB);
+        allocated.append(now.allocatedKiB);
+    }
+    qInfo("round %d: %s", warmUp + rounds, qPrintable(asText(currentHoldings())));
+    qInfo("growth: resident %.2f %%, allocated %.2f %%", 100.0 * growth(resident),
+          100.0 * growth(allocated));
+    if (isMemoryMeasurable()) {
+        QVERIFY(growth(resident) <= allowedGrowth);
+        QVERIFY(growth(allocated) <= allowedGrowth);
+    }
+}
+
+QTEST_MAIN(TestSoak)
+#include "tst_soak.moc"
