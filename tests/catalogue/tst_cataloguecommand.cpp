@@ -1,0 +1,164 @@
+#include "support/privatehome.h"
+
+#include <QFileInfo>
+#include <QProcess>
+#include <QTest>
+
+#include <optional>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+struct Ended
+{
+    int status = -1;
+    QByteArray out;
+    QByteArray err;
+};
+
+} // namespace
+
+/// The built companion, as a user runs it.
+class TestCatalogueCommand : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { m_home.emplace(); }
+    void cleanup() { m_home.reset(); }
+
+    void explainsItself();
+    void eachCommandExplainsItself_data();
+    void eachCommandExplainsItself();
+    void wrongUsageIsOneLine_data();
+    void wrongUsageIsOneLine();
+    void checksACatalogue();
+    void saysNothingOfWhatTheClientLogs();
+    void needsNoDisplay();
+
+private:
+    [[nodiscard]] static Ended start(const QStringList& arguments);
+
+    std::optional<PrivateHome> m_home;
+};
+
+Ended TestCatalogueCommand::start(const QStringList& arguments)
+{
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.remove(u"QT_QPA_PLATFORM"_s);
+    environment.remove(u"DISPLAY"_s);
+    process.setProcessEnvironment(environment);
+    process.start(QStringLiteral(QUILLMERE_CATALOGUE), arguments);
+    if (!process.waitForFinished(60'000)) {
+        return {};
+    }
+    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
+}
+
+void TestCatalogueCommand::explainsItself()
+{
+    const Ended help = start({u"--help"_s});
+    QCOMPARE(help.status, 0);
+    QVERIFY(help.out.startsWith("Usage: quillmere-catalogue COMMAND [options] ARGUMENTS...\n"));
+    for (const char* command : {"\n  check  ", "\n  preview  ", "\n  archive  ", "\n  explain  "}) {
+        QVERIFY2(help.out.contains(command), command);
+    }
+    QCOMPARE(help.err, QByteArray());
+    const Ended version = start({u"--version"_s});
+    QCOMPARE(version.status, 0);
+    QCOMPARE(version.out, QByteArray("quillmere-catalogue " QUILLMERE_VERSION "\n"));
+}
+
+void TestCatalogueCommand::eachCommandExplainsItself_data()
+{
+    QTest::addColumn<QString>("command");
+    for (const char* command : {"check", "preview", "archive", "explain"}) {
+        QTest::newRow(command) << QString::fromLatin1(command);
+    }
+}
+
+void TestCatalogueCommand::eachCommandExplainsItself()
+{
+    QFETCH(QString, command);
+    const Ended help = start({command, u"--help"_s});
+    QCOMPARE(help.status, 0);
+    QVERIFY2(help.out.startsWith("Usage: quillmere-catalogue " + command.toUtf8() + " [options] "),
+             help.out.constData());
+    QVERIFY(help.out.contains("\n  -h, --help "));
+    QVERIFY(help.out.endsWith('\n') && !help.out.contains("help-all"));
+    QCOMPARE(help.err, QByteArray());
+}
+
+void TestCatalogueCommand::wrongUsageIsOneLine_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QByteArray>("error");
+
+    QTest::newRow("no command") << QStringList()
+                                << QByteArray("quillmere-catalogue: a command is missing "
+                                              "(try --help)\n");
+    QTest::newRow("unknown command") << QStringList{u"chekc"_s}
+                                     << QByteArray("quillmere-catalogue: unknown command 'chekc' "
+                                                   "(try --help)\n");
+    QTest::newRow("no argument") << QStringList{u"archive"_s}
+                                 << QByteArray("quillmere-catalogue archive: an argument is "
+                                               "missing (try --help)\n");
+    QTest::newRow("unknown option") << QStringList{u"check"_s, u"-x"_s, u"a"_s}
+                                    << QByteArray("quillmere-catalogue check: unknown option 'x' "
+                                                  "(try --help)\n");
+}
+
+void TestCatalogueCommand::wrongUsageIsOneLine()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QByteArray, error);
+    const Ended ended = start(arguments);
+    QCOMPARE(ended.err, error);
+    QCOMPARE(ended.out, QByteArray());
+    QCOMPARE(ended.status, 2);
+}
+
+void TestCatalogueCommand::checksACatalogue()
+{
+    const QString path = m_home->write(
+        u"a.csv"_s, "Name,Version,Release date,Filename,Ignored\n\u00c9t\u00e9,v1,,a.bin,0\n");
+    const Ended ended = start({u"check"_s, path});
+    QCOMPARE(ended.status, 1);
+    QCOMPARE(ended.err, QByteArray());
+    const QByteArray name = path.toUtf8();
+    QVERIFY2(ended.out.startsWith(name + ":2: note: '\u00c9t\u00e9' has composed accents. "),
+             ended.out.constData());
+    QVERIFY(ended.out.endsWith(" [version-start]\n"));
+    QCOMPARE(ended.out.count('\n'), 2);
+}
+
+void TestCatalogueCommand::saysNothingOfWhatTheClientLogs()
+{
+    // The client's code logs that it cannot reach the server.
+    const Ended ended = start({u"check"_s, u"http://127.0.0.1:1/a.csv"_s});
+    QCOMPARE(ended.status, 2);
+    QCOMPARE(ended.out, QByteArray());
+    QCOMPARE(ended.err.count('\n'), 1);
+    QVERIFY2(
+        ended.err.startsWith("quillmere-catalogue check: cannot read http://127.0.0.1:1/a.csv: "),
+        ended.err.constData());
+    QVERIFY(!QFileInfo::exists(m_home->userFolder()));
+}
+
+void TestCatalogueCommand::needsNoDisplay()
+{
+    QProcess list;
+    list.start(u"ldd"_s, {QStringLiteral(QUILLMERE_CATALOGUE)});
+    if (!list.waitForFinished() || list.exitCode() != 0) {
+        QSKIP("this system cannot list a program's libraries");
+    }
+    const QByteArray libraries = list.readAllStandardOutput();
+    QVERIFY(libraries.contains("libQt6Core"));
+    QVERIFY(!libraries.contains("libQt6Gui"));
+    QVERIFY(!libraries.contains("libQt6Widgets"));
+}
+
+QTEST_GUILESS_MAIN(TestCatalogueCommand)
+#include "tst_cataloguecommand.moc"
