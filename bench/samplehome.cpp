@@ -1,6 +1,7 @@
 #include "samplehome.h"
 
 #include "config/configmanager.h"
+#include "console.h"
 
 #include <QDir>
 
@@ -24,7 +25,7 @@ void SampleHome::configure(const QString& baseUrl) const
     config.setParameter(u"webconfig"_s, u"baseURL"_s, baseUrl);
     config.setParameter(u"localconfig"_s, u"downloadFolder"_s, downloadFolder());
     if (!config.save()) {
-        qFatal("cannot write %s", qUtf8Printable(config.filePath()));
+        fail("cannot write "_L1 + config.filePath());
     }
 }
 

@@ -1,5 +1,7 @@
 #include "webserver.h"
 
+#include "console.h"
+
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
@@ -40,7 +42,7 @@ WebServer::WebServer() : m_port(freePort())
     QDir(m_folder.path()).mkdir(u"www"_s);
     QFile file(m_folder.filePath(u"nginx.conf"_s));
     if (!file.open(QIODevice::WriteOnly)) {
-        qFatal("cannot write %s", qUtf8Printable(file.fileName()));
+        fail("cannot write "_L1 + file.fileName());
     }
     file.write(configuration.arg(m_folder.path(), QString::number(m_port)).toUtf8());
     file.close();
@@ -51,7 +53,7 @@ WebServer::WebServer() : m_port(freePort())
     const QDeadlineTimer deadline(10'000);
     do {
         if (deadline.hasExpired() || m_process.state() == QProcess::NotRunning) {
-            qFatal("nginx does not answer; is nginx-light installed?");
+            fail(u"nginx does not answer; is nginx-light installed?"_s);
         }
         socket.connectToHost(QHostAddress::LocalHost, m_port);
     } while (!socket.waitForConnected(100));
@@ -74,7 +76,7 @@ QString WebServer::write(const QString& relativePath, const QByteArray& content)
     QDir().mkpath(QFileInfo(path).path());
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
-        qFatal("cannot write %s", qUtf8Printable(path));
+        fail("cannot write "_L1 + path);
     }
     return path;
 }
@@ -83,7 +85,7 @@ void WebServer::writeNoise(const QString& relativePath, qint64 size) const
 {
     QFile file(write(relativePath, {}));
     if (!file.open(QIODevice::WriteOnly)) {
-        qFatal("cannot write %s", qUtf8Printable(file.fileName()));
+        fail("cannot write "_L1 + file.fileName());
     }
     QList<quint32> piece(1024 * 1024 / qsizetype(sizeof(quint32)));
     QRandomGenerator(1).fillRange(piece.data(), piece.size());
