@@ -1,0 +1,188 @@
+"""Runs packaging/macos/make-dmg.sh: dry, and with stand-ins for CMake's and Apple's commands.
+
+Proved is what it calls, in which order and where it stops; what Apple's commands do is not.
+"""
+
+import os
+import shlex
+import shutil
+import unittest
+
+import builds
+
+IDENTITY = "Developer ID Application: Ada Example Ltd (AB12CD34EF)"
+APP = "build/dmg/image/Quillmere.app"
+IMAGE = "build/dmg/Quillmere-26.3.0.dmg"
+COCOA = "PlugIns/platforms/libqcocoa.dylib"
+TLS = "PlugIns/tls/libqsecuretransportbackend.dylib"
+GIF = "PlugIns/imageformats/libqgif.dylib"
+DEPLOYED = [COCOA, TLS, GIF, "Frameworks/QtCore.framework/Versions/A/QtCore",
+            "Frameworks/QtWidgets.framework/Versions/A/QtWidgets",
+            "MacOS/Quillmere"]
+
+# Notes its call; the calls that make files make them. FAILS names a command that fails.
+STAND_IN = r"""#!/bin/bash
+name=${0##*/}
+printf '%s' "$name" >>"$CALLS"
+printf ' %q' "$@" >>"$CALLS"
+printf '\n' >>"$CALLS"
+[ "$name" != "$FAILS" ] || exit 1
+case $name:$* in
+    uname:*) echo Darwin ;;
+    cmake:--install*)
+        for file in $DEPLOYED; do
+            mkdir -p "$4/Quillmere.app/Contents/${file%/*}"
+            echo >"$4/Quillmere.app/Contents/$file"
+        done ;;
+    hdiutil:create*) echo image >"${@: -1}" ;;
+    shasum:*) echo "0123  $3" ;;
+esac
+"""
+COMMANDS = ("uname", "cmake", "ctest", "lipo", "plutil", "codesign", "hdiutil", "xcrun", "spctl",
+            "shasum")
+
+
+class DiskImageTest(unittest.TestCase):
+    def setUp(self):
+        self.folder = builds.fresh_folder("project")
+        for name in ("packaging/macos/make-dmg.sh", "scripts/common.sh", "CMakeLists.txt"):
+            (self.folder / name).parent.mkdir(parents=True, exist_ok=True)
+            shutil.copy(builds.SOURCE / name, self.folder / name)
+        self.tools = builds.fresh_folder("tools")
+        for name in COMMANDS:
+            (self.tools / name).write_text(STAND_IN, encoding="utf-8")
+            (self.tools / name).chmod(0o755)
+        (self.tools / "qt" / "bin").mkdir(parents=True)
+        shutil.copy(self.tools / "cmake", self.tools / "qt" / "bin" / "macdeployqt")
+        self.calls = self.tools / "calls.txt"
+
+    def make(self, *arguments, fails="", lacks="", on_mac=True, **environment):
+        """The script's exit status, its output and the commands called, but for uname."""
+        self.calls.write_text("", encoding="utf-8")
+        deployed = " ".join(file for file in DEPLOYED if file != lacks)
+        path = f"{self.tools}:{os.environ['PATH']}" if on_mac else os.environ["PATH"]
+        clean = {name: value for name, value in os.environ.items()
+                 if not name.startswith("QUILLMERE_") and name != "QT_ROOT_DIR"}
+        result = builds.run(
+            "bash", self.folder / "packaging/macos/make-dmg.sh", *arguments,
+            env={**clean, "PATH": path, "CALLS": str(self.calls), "FAILS": fails,
+                 "DEPLOYED": deployed, "QT_ROOT_DIR": str(self.tools / "qt"), **environment})
+        calls = [shlex.split(line) for line in self.calls.read_text(encoding="utf-8").splitlines()
+                 if not line.startswith("uname")]
+        return result.returncode, result.stdout, calls
+
+    def signed(self, calls):
+        """What was signed, in that order; each must have been signed by the identity."""
+        signings = [call for call in calls if call[0] == "codesign" and "--sign" in call]
+        return [(call[call.index("--sign") + 1], "runtime" in call, call[-1]) for call in signings]
+
+    def test_makes_an_ad_hoc_signed_image_without_secrets(self):
+        status, output, calls = self.make("-DQUILLMERE_BASE_URL=https://apps.example.net/")
+        self.assertEqual(status, 0, output)
+        self.assertEqual(
+            [" ".join(call[:2]) for call in calls if call[0] not in ("codesign", "lipo", "plutil")],
+            ["cmake --preset", "cmake --build", "ctest --test-dir", "cmake --install",
+             "hdiutil create", "hdiutil verify", "shasum -a"])
+        configure = calls[0]
+        for option in ("-DCMAKE_OSX_ARCHITECTURES=arm64;x86_64",
+                       "-DCMAKE_OSX_DEPLOYMENT_TARGET=12.0", "-DQUILLMERE_BUILD_TESTS=ON",
+                       f"-DCMAKE_PREFIX_PATH={self.tools / 'qt'}",
+                       "-DQUILLMERE_BASE_URL=https://apps.example.net/"):
+            self.assertIn(option, configure)
+        signed = self.signed(calls)
+        self.assertEqual({(identity, runtime) for identity, runtime, _ in signed}, {("-", False)})
+        self.assertEqual(signed[-1][2], APP)
+        self.assertIn("Not notarized", output)
+
+    def test_signs_from_the_inside_to_the_outside(self):
+        _, _, calls = self.make(QUILLMERE_SIGN_IDENTITY=IDENTITY)
+        paths = [path for _, _, path in self.signed(calls)]
+        contents = f"{APP}/Contents/"
+        self.assertEqual(sorted(paths[:3]), sorted(contents + name for name in (COCOA, TLS, GIF)))
+        self.assertEqual(sorted(paths[3:5]),
+                         [contents + "Frameworks/QtCore.framework",
+                          contents + "Frameworks/QtWidgets.framework"])
+        self.assertEqual(paths[5:], [APP, IMAGE])
+        verify = ["codesign", "--verify", "--deep", "--strict", "--verbose=2", APP]
+        self.assertLess(calls.index(verify), [call[:2] for call in calls].index(
+            ["hdiutil", "create"]))
+
+    def test_signs_for_distribution_and_notarizes_with_secrets(self):
+        status, output, calls = self.make(QUILLMERE_SIGN_IDENTITY=IDENTITY,
+                                          QUILLMERE_NOTARY_PROFILE="release")
+        self.assertEqual(status, 0, output)
+        self.assertEqual(
+            {(identity, runtime) for identity, runtime, path in self.signed(calls)
+             if path != IMAGE}, {(IDENTITY, True)})
+        self.assertEqual(calls[-5:], [
+            ["xcrun", "notarytool", "submit", IMAGE, "--keychain-profile", "release", "--wait"],
+            ["xcrun", "stapler", "staple", IMAGE],
+            ["xcrun", "stapler", "validate", IMAGE],
+            ["spctl", "--assess", "--type", "open", "--context", "context:primary-signature",
+             "--verbose=2", IMAGE],
+            ["shasum", "-a", "256", "Quillmere-26.3.0.dmg"]])
+
+    def test_the_image_holds_the_application_and_the_way_to_the_applications_folder(self):
+        self.make()
+        held = {path.name for path in (self.folder / "build/dmg/image").iterdir()}
+        self.assertEqual(held, {"Quillmere.app", "Applications"})
+        self.assertEqual(os.readlink(self.folder / "build/dmg/image/Applications"),
+                         "/Applications")
+
+    def test_the_checksum_names_the_image_without_a_path(self):
+        self.make()
+        text = (self.folder / f"{IMAGE}.sha256").read_text(encoding="utf-8")
+        self.assertEqual(text, "0123  Quillmere-26.3.0.dmg\n")
+
+    def test_stops_where_a_plug_in_is_missing(self):
+        for plug_in in (COCOA, TLS, GIF):
+            with self.subTest(plug_in):
+                status, _, calls = self.make(lacks=plug_in)
+                self.assertNotEqual(status, 0)
+                self.assertEqual(calls[-1][:2], ["cmake", "--install"])
+
+    def test_stops_where_a_step_fails(self):
+        for command in ("cmake", "ctest", "lipo", "plutil", "codesign", "hdiutil", "xcrun",
+                        "spctl", "shasum"):
+            with self.subTest(command):
+                status, _, calls = self.make(fails=command, QUILLMERE_SIGN_IDENTITY=IDENTITY,
+                                             QUILLMERE_NOTARY_PROFILE="release")
+                self.assertNotEqual(status, 0)
+                self.assertEqual([call[0] for call in calls].count(command), 1)
+                self.assertEqual(calls[-1][0], command)
+
+    def test_does_nothing_without_a_mac_or_its_qt(self):
+        status, output, calls = self.make(on_mac=False)
+        self.assertEqual((status, calls), (1, []))
+        self.assertIn("this needs a Mac", output)
+        status, output, calls = self.make(QT_ROOT_DIR="/nowhere")
+        self.assertEqual((status, calls), (1, []))
+        self.assertIn("QT_ROOT_DIR must name", output)
+
+    def test_does_nothing_with_half_of_the_secrets_or_an_unknown_argument(self):
+        for arguments, environment in ((("--quick",), {}), (("-D",), {}),
+                                       ((), {"QUILLMERE_NOTARY_PROFILE": "release"})):
+            with self.subTest(arguments=arguments, environment=environment):
+                status, _, calls = self.make(*arguments, **environment)
+                self.assertEqual((status, calls), (1, []))
+
+    def test_a_dry_run_prints_every_step_and_does_none(self):
+        secrets = {"QUILLMERE_SIGN_IDENTITY": IDENTITY, "QUILLMERE_NOTARY_PROFILE": "release"}
+        _, _, calls = self.make(**secrets)
+        made = sorted(self.folder.rglob("*"))
+        status, output, dry_calls = self.make("--dry-run", on_mac=False, **secrets)
+        self.assertEqual((status, dry_calls), (0, []), output)
+        self.assertEqual(sorted(self.folder.rglob("*")), made)
+        printed = [shlex.split(line[2:]) for line in output.splitlines() if line.startswith("+ ")]
+        for call in calls:
+            with self.subTest(call):
+                if call[0] == "shasum":  # called by the shell that is printed
+                    self.assertTrue(any("shasum -a 256" in " ".join(step) for step in printed))
+                elif call[0] == "codesign" and "/Contents/" in call[-1]:
+                    self.assertIn(call[:-1] + ["{}"], printed)
+                else:
+                    self.assertIn(call, printed)
+
+
+if __name__ == "__main__":
+    builds.main()
