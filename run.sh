@@ -55,7 +55,7 @@ install_missing $run_packages
 build_preset release
 
 if [ "$mine" = yes ]; then
-    exec build/release/quillmere
+    exec "$(release_program)"
 fi
 
 out=build/sample

@@ -58,7 +58,7 @@ start_quillmere() {
         -u http_proxy -u https_proxy -u all_proxy -u HTTP_PROXY -u HTTPS_PROXY -u ALL_PROXY \
         HOME="$PWD/$home" PATH="$path" QUILLMERE_SAMPLE_APPLICATIONS="$PWD/$out/Applications" \
         QUILLMERE_SAMPLE_OPENED="$PWD/$out/opened.txt" \
-        build/release/quillmere
+        "$(release_program)"
     # shellcheck disable=SC2034 # for the scripts that source this file
     quillmere_id=${last_id:?}
 }

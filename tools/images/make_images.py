@@ -8,6 +8,7 @@ Run it without arguments, with a Python that has Pillow (Debian: python3-pil):
 It writes into FOLDER, by default resources/images:
 
     AppIcon.png       1024 x 1024  the application icon
+    AppIcon.icns                   the same for a Mac application, redrawn for each of its sizes
     icon-info.png      256 x 256   badge of messages
     icon-warning.png   256 x 256   badge of warnings and questions
     loading.gif        128 x 128   one turn of a wait animation, repeated for ever
@@ -262,6 +263,17 @@ def draw_app_icon(size):
     return sheet.image
 
 
+# The widths in pixels of an icon file's pictures: 128 to 512 points, 16 and 32 points at two
+# pixels to the point, and 128 to 512 points at two.
+ICNS_PIXELS = (32, 64, 128, 256, 512, 1024)
+
+
+def save_icns(path):
+    """Writes the application icon as PNG pictures, which every macOS since 10.7 reads."""
+    sheets = [draw_app_icon(size) for size in ICNS_PIXELS]
+    sheets[-1].save(path, append_images=sheets[:-1])
+
+
 # --- The badges of the message boxes, in the icon's style ---------------------------------------
 
 BADGE_UNITS = 256
@@ -353,6 +365,7 @@ def main(arguments):
     folder = Path(arguments[0]) if arguments else DEFAULT_FOLDER
     folder.mkdir(parents=True, exist_ok=True)
     draw_app_icon(1024).save(folder / "AppIcon.png", optimize=True)
+    save_icns(folder / "AppIcon.icns")
     draw_info_icon(256).save(folder / "icon-info.png", optimize=True)
     draw_warning_icon(256).save(folder / "icon-warning.png", optimize=True)
     save_loading(folder / "loading.gif")
