@@ -9,7 +9,11 @@ struct Workload
     QString unit; ///< what a size counts
     /// Makes the data for a size; what it returns does the work once.
     std::function<std::function<void()>(int size)> prepare;
+    QList<int> sizes = {500, 1'000, 2'000, 5'000, 10'000}; ///< that its growth is shown in
 };
+
+/// The sizes of what is installed on a machine.
+inline const QList<int> installedSizes = {200, 500, 1'000, 2'000};
 
 // The cases of one part of the program each.
 [[nodiscard]] QList<BenchmarkCase> tableCases();

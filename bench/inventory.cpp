@@ -274,7 +274,7 @@ QList<Workload> inventoryWorkloads()
         return
             [records = std::make_shared<Records>(entries, entries / 5)] { (void)records->match(); };
     };
-    return {{u"scan"_s, u"bundle"_s, scanBundles},
-            {u"plists"_s, u"file"_s, readBundles},
+    return {{u"scan"_s, u"bundle"_s, scanBundles, installedSizes},
+            {u"plists"_s, u"file"_s, readBundles, installedSizes},
             {u"matching"_s, u"row"_s, matchEntries}};
 }

@@ -82,7 +82,7 @@ QList<Growth> measureGrowth()
     QList<Growth> growths;
     for (const Workload& workload : allWorkloads()) {
         Growth growth{workload.id, workload.unit, {}};
-        for (const int size : {500, 1'000, 2'000, 5'000, 10'000}) {
+        for (const int size : workload.sizes) {
             QList<double> seconds;
             for (int round = 0; round < 3; ++round) {
                 seconds.append(secondsOf(workload.prepare(size)));

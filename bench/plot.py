@@ -21,16 +21,16 @@ with open(sys.argv[1], encoding="utf-8") as file:
     measured = json.load(file)
 
 commands = [
-    "set terminal svg size 760,460 background 'white' font 'sans-serif,12'",
+    "set terminal svg size 760,560 background 'white' font 'sans-serif,12'",
     f"set output {sys.argv[2]!r}",
     "set logscale xy",
-    "set xrange [450:11000]",
-    "set xtics (500, 1000, 2000, 5000, 10000)",
+    "set xrange [180:11000]",
+    "set xtics (200, 500, 1000, 2000, 5000, 10000)",
     "set xlabel 'rows, entries, applications, lines'",
     "set ylabel 'seconds'",
     "set format y '%g'",
     "set grid",
-    "set key outside right reverse Left",
+    "set key below reverse Left maxcols 2",
     f"set title 'Qt {measured['qt']}, {measured['cores']} cores, {measured['system']}'",
 ]
 plots = []
