@@ -1,8 +1,8 @@
 #include "cases.h"
 #include "child.h"
 #include "console.h"
+#include "largecatalogue.h"
 #include "sampledata.h"
-#include "web/webprofiler.h"
 
 #include <QCryptographicHash>
 #include <QTemporaryFile>
@@ -17,19 +17,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-constexpr int lineCount = 100'000;
-
-WebProfiler newCatalogue()
-{
-    return WebProfiler(u"https://example.org/"_s, u"c.csv"_s, u","_s, u"data/"_s);
-}
-
-double parseSeconds(const QByteArray& body)
-{
-    WebProfiler catalogue = newCatalogue();
-    return secondsOf([&] { catalogue.updateData(body); });
-}
 
 /// The catalogue's content in one short text, as the script prints it.
 QByteArray digest(const WebProfiler& catalogue)

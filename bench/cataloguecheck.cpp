@@ -2,8 +2,8 @@
 
 #include "catalogue/check.h"
 #include "console.h"
+#include "largecatalogue.h"
 #include "sampledata.h"
-#include "web/webprofiler.h"
 
 #include <algorithm>
 #include <random>
@@ -11,19 +11,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-constexpr int lineCount = 100'000;
-
-WebProfiler newCatalogue()
-{
-    return WebProfiler(u"https://example.org/"_s, u"c.csv"_s, u","_s, u"data/"_s);
-}
-
-double parseSeconds(const QByteArray& body)
-{
-    WebProfiler catalogue = newCatalogue();
-    return secondsOf([&] { catalogue.updateData(body); });
-}
 
 double checkSeconds(const QByteArray& body)
 {
