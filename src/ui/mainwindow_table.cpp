@@ -66,8 +66,7 @@ void MainWindow::table_init()
     if (table->isAncestorOf(focusWidget())) {
         table->setFocus(); // else it would go from row to row as they go, and leave the table
     }
-    table->setRowCount(0);
-    m_localVersionItems.clear();
+    table_clear();
     const int rows = int(std::min(m_webAppNames.size(), m_applications.size()));
     if (rows > 0) {
         // All at once: inserting rows one by one into a visible table is quadratic.
@@ -153,6 +152,13 @@ void MainWindow::table_update()
 void MainWindow::table_clear()
 {
     m_localVersionItems.clear();
+    // Cell by cell, since the view never forgets the address of a cell that goes with its row.
+    for (int row = 0; row < m_ui->tableWidget->rowCount(); ++row) {
+        if (QWidget* cell = m_ui->tableWidget->cellWidget(row, 2)) {
+            cell->hide(); // as it lives on up to the event loop
+            m_ui->tableWidget->removeCellWidget(row, 2);
+        }
+    }
     m_ui->tableWidget->setRowCount(0);
 }
 
