@@ -9,6 +9,7 @@
 #include <QColorDialog>
 #include <QFile>
 #include <QFileDialog>
+#include <QSaveFile>
 #include <QShortcut>
 
 #include <array>
@@ -171,12 +172,12 @@ void PreferenceDialog::onRejected()
 
 void PreferenceDialog::restoreSnapshot()
 {
-    QFile file(m_config.filePath());
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+    // Replaced as a whole: on a full disk the file of the reset stays.
+    QSaveFile file(m_config.filePath());
+    if (!file.open(QIODevice::WriteOnly) || file.write(m_fileSnapshot) != m_fileSnapshot.size() ||
+        !file.flush() || !file.commit()) {
         return;
     }
-    file.write(m_fileSnapshot);
-    file.close();
     m_config.reloadFromDisk();
     Debug(Debug::Info) << "PreferenceDialog: reset was cancelled, original configuration restored";
 }

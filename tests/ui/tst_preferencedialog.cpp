@@ -3,6 +3,7 @@
 #include "app/buildinfo.h"
 #include "app/debug.h"
 #include "config/configmanager.h"
+#include "support/limits.h"
 #include "support/controlwalk.h"
 #include "support/modalbox.h"
 #include "support/privatehome.h"
@@ -283,6 +284,7 @@ private Q_SLOTS:
     void resetShowsAndSavesTheDefaultsAtOnce();
     void resetThenCancelBringsTheBytesBack();
     void resetThenCancelKeepsAFileThatCannotBeWritten();
+    void resetThenCancelKeepsTheFileOnAFullDisk();
     void resetThenCancelWithoutASnapshot_data();
     void resetThenCancelWithoutASnapshot();
     void resetTwiceThenCancelBringsTheBytesBack();
@@ -874,6 +876,19 @@ void TestPreferenceDialog::resetThenCancelKeepsAFileThatCannotBeWritten()
     QCOMPARE(answers.count(), 0);
     QCOMPARE(m_config->data2XML(), defaults);
     QCOMPARE(m_home->logLines().last(), u"[INFO] PreferenceDialog:Rejected"_s);
+}
+
+void TestPreferenceDialog::resetThenCancelKeepsTheFileOnAFullDisk()
+{
+    open(ownSettings);
+    QVERIFY(reset());
+    const QByteArray reset = fileBytes();
+    {
+        const SmallFiles fullDisk(10);
+        pressCancel(*m_dialog);
+    }
+    QCOMPARE(m_dialog->result(), int(QDialog::Rejected));
+    QCOMPARE(fileBytes(), reset);
 }
 
 void TestPreferenceDialog::resetThenCancelWithoutASnapshot_data()
