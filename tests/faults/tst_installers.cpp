@@ -807,7 +807,7 @@ void TestInstallers::stopUnzip()
 {
     open(u"tool.zip"_s,
          {.body = zippedBy("archive.writestr('Tool.pkg', 'tool')\n"
-                           "for i in range(2000): archive.writestr(f'files/{i}.txt', '')")});
+                           "for i in range(20000): archive.writestr(f'files/{i}.txt', '')")});
     m_fault->pressDownload(0);
     QVERIFY(comesToHold([this] {
         QProcess* process = unzip();

@@ -1,5 +1,6 @@
 #include "ui/downloadbench.h"
 
+#include "ui/quietplatform.h"
 #include "ui/waitdialog.h"
 
 #include <QDesktopServices>
@@ -31,6 +32,7 @@ double coveredWidth(const QBrush& brush, int width)
 
 DownloadBench::DownloadBench(Source source) : m_source(source)
 {
+    quietPlatform();
     QDir().mkpath(downloads());
     QDesktopServices::setUrlHandler(u"file"_s, this, "keepOpened");
 }

@@ -1,6 +1,7 @@
 #include "windowsetup.h"
 
 #include "app/debug.h"
+#include "ui/quietplatform.h"
 #include "ui/waitdialog.h"
 
 #include <QApplication>
@@ -21,6 +22,7 @@ QByteArray element(const char* name, const QString& value)
 
 WindowSetup::WindowSetup()
 {
+    quietPlatform();
     m_guard.callOnTimeout([this] { closeForgottenBox(); });
     m_guard.start(2'000);
     Debug::init();
