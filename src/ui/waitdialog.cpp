@@ -1,8 +1,10 @@
 #include "ui/waitdialog.h"
 
+#include <QGuiApplication>
 #include <QLabel>
 #include <QMovie>
 #include <QVBoxLayout>
+#include <QWindow>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -31,4 +33,15 @@ WaitDialog::WaitDialog(QWidget* parent) : QDialog(parent), m_message(new QLabel(
 void WaitDialog::setMessage(const QString& text)
 {
     m_message->setText(text);
+}
+
+void WaitDialog::hideEvent(QHideEvent* event)
+{
+    QDialog::hideEvent(event);
+    // A window that is closed while it has the focus stays connected to the application's focus
+    // object, and is connected once more whenever it is shown: after 2,000 scans each change of the
+    // focus would be told 2,000 times.
+    if (const QWindow* window = windowHandle()) {
+        disconnect(window, &QWindow::focusObjectChanged, qGuiApp, nullptr);
+    }
 }

@@ -16,6 +16,9 @@ public:
     /// Replaces the line of text.
     void setMessage(const QString& text);
 
+protected:
+    void hideEvent(QHideEvent* event) override;
+
 private:
     QLabel* m_message;
 };

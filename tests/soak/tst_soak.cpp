@@ -47,6 +47,20 @@ void dropLog(QtMsgType type, const QMessageLogContext& context, const QString& t
     }
 }
 
+/// What the process holds once the connections and threads that were just ending are gone.
+Holdings settledHoldings()
+{
+    Holdings former = currentHoldings();
+    for (;;) {
+        QTest::qWait(200);
+        const Holdings now = currentHoldings();
+        if (now.files == former.files && now.threads == former.threads) {
+            return now;
+        }
+        former = now;
+    }
+}
+
 } // namespace
 
 class TestSoak : public QObject
@@ -185,8 +199,7 @@ void TestSoak::holdsNoMoreAfterManyRoundsThanAfterAFew()
         // The cells of the table before are gone only then.
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         if (!atFirst) {
-            QTest::qWait(200); // for connections and threads that are just ending
-            atFirst = currentHoldings();
+            atFirst = settledHoldings();
             qInfo("round %d: %s", round, qPrintable(asText(*atFirst)));
         }
         QTRY_COMPARE(currentHoldings().files, atFirst->files);

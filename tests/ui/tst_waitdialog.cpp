@@ -3,10 +3,12 @@
 #include <QApplication>
 #include <QLabel>
 #include <QMovie>
+#include <QSignalSpy>
 #include <QTest>
 #include <QTranslator>
 #include <QVBoxLayout>
 #include <QWidget>
+#include <QWindow>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -48,6 +50,7 @@ private Q_SLOTS:
     void animationTurnsWhileShownAndAfterAReopening();
     void setMessageReplacesTheTextAlone();
     void shownTwiceItStaysOneWindow();
+    void focusIsToldOnceHoweverOftenItWasShown();
     void textsCanBeTranslated();
 };
 
@@ -149,6 +152,19 @@ void TestWaitDialog::shownTwiceItStaysOneWindow()
     QCOMPARE(visibleWaitDialogs(), QList<QWidget*>{&dialog});
     dialog.close();
     QVERIFY2(visibleWaitDialogs().isEmpty(), "closed once, gone");
+}
+
+void TestWaitDialog::focusIsToldOnceHoweverOftenItWasShown()
+{
+    WaitDialog dialog;
+    for (int i = 0; i < 3; ++i) {
+        dialog.close();
+        dialog.show();
+        QVERIFY(QTest::qWaitForWindowActive(&dialog));
+    }
+    const QSignalSpy told(qGuiApp, &QGuiApplication::focusObjectChanged);
+    Q_EMIT dialog.windowHandle()->focusObjectChanged(&dialog);
+    QCOMPARE(told.size(), 1);
 }
 
 void TestWaitDialog::textsCanBeTranslated()
