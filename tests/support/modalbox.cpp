@@ -27,3 +27,19 @@ void BoxAnswerer::answer()
         box->reject();
     }
 }
+
+BoxGuard::BoxGuard()
+{
+    m_timer.callOnTimeout(this, [this] { look(); });
+    m_timer.start(2'000);
+}
+
+void BoxGuard::look()
+{
+    auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+    if (box && box == m_open) {
+        qWarning("unexpected box: %s", qUtf8Printable(box->text()));
+        box->reject();
+    }
+    m_open = box;
+}

@@ -2,6 +2,7 @@
 
 #include <QMessageBox>
 #include <QObject>
+#include <QPointer>
 #include <QStringList>
 #include <QTimer>
 
@@ -35,5 +36,19 @@ private:
     QStringList m_texts;
     int m_unanswered = 0;
     std::function<void(QMessageBox&)> m_look;
+    QTimer m_timer;
+};
+
+/// Closes a message box that nobody answers for a while, with a warning that tells what it said, so
+/// that it fails the test and does not block it.
+class BoxGuard : public QObject
+{
+public:
+    BoxGuard();
+
+private:
+    void look();
+
+    QPointer<QMessageBox> m_open; ///< since the last look
     QTimer m_timer;
 };

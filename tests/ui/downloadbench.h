@@ -2,6 +2,7 @@
 
 #include "profiler/samplemachine.h"
 #include "support/httpserver.h"
+#include "support/modalbox.h"
 #include "ui/heldserver.h"
 #include "ui/mainwindow.h"
 
@@ -149,4 +150,5 @@ private:
     QString m_softAddress;
     QList<QUrl> m_opened;
     std::unique_ptr<MainWindow> m_window;
+    BoxGuard m_boxGuard;
 };

@@ -4,7 +4,6 @@
 #include "ui/quietplatform.h"
 #include "ui/waitdialog.h"
 
-#include <QApplication>
 #include <QDir>
 #include <QFile>
 #include <QTest>
@@ -23,8 +22,6 @@ QByteArray element(const char* name, const QString& value)
 WindowSetup::WindowSetup()
 {
     quietPlatform();
-    m_guard.callOnTimeout([this] { closeForgottenBox(); });
-    m_guard.start(2'000);
     Debug::init();
     configure({});
     QDir(home.path()).mkpath(u"Applications"_s);
@@ -32,16 +29,6 @@ WindowSetup::WindowSetup()
                             "while [ -e \"$HOME/hold\" ]; do sleep 0.02; done\n"
                             "PATH=${PATH#*:}\n"
                             "exec find \"$HOME/Applications\" -type d -name '*.app'\n");
-}
-
-void WindowSetup::closeForgottenBox()
-{
-    auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-    if (box && box == m_openBox) {
-        qWarning("unexpected box: %s", qUtf8Printable(box->text()));
-        box->reject();
-    }
-    m_openBox = box;
 }
 
 void WindowSetup::configure(const Settings& settings) const

@@ -3,15 +3,13 @@
 #include "ui/mainwindow.h"
 
 #include "support/httpserver.h"
+#include "support/modalbox.h"
 #include "support/privatehome.h"
 #include "support/standin.h"
 
 #include <QAction>
-#include <QMessageBox>
-#include <QPointer>
 #include <QPushButton>
 #include <QTableWidget>
-#include <QTimer>
 
 #include <memory>
 
@@ -39,8 +37,8 @@ struct Entry
 };
 
 /// A main window and all it depends on: a private HOME with settings that name a server of this
-/// process, and a `find` that lists the bundles of HOME's own "Applications" folder. A box that
-/// nobody answers is closed after a while, so that it fails the test and does not block it.
+/// process, and a `find` that lists the bundles of HOME's own "Applications" folder. A BoxGuard
+/// watches.
 class WindowSetup
 {
 public:
@@ -94,9 +92,6 @@ public:
     HttpServer server;
 
 private:
-    void closeForgottenBox();
-
     std::unique_ptr<MainWindow> m_window;
-    QPointer<QMessageBox> m_openBox; ///< since the guard's last look
-    QTimer m_guard;
+    BoxGuard m_boxGuard;
 };
