@@ -77,7 +77,7 @@ private:
 template <typename T, typename... Arguments>
 T& kept(const Arguments&... arguments)
 {
-    static std::vector<T*> all;
+    static auto& all = *new std::vector<T*>; // LeakSanitizer looks after static objects are gone
     all.push_back(new T(arguments...));
     return *all.back();
 }

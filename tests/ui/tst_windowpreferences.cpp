@@ -108,7 +108,8 @@ void pressCloseButton(PreferenceDialog& dialog)
 void pressControlW(PreferenceDialog& dialog)
 {
     dialog.activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&dialog));
+    // Not qWaitForWindowActive(), which is content when the main window is active.
+    QTRY_COMPARE(QApplication::activeWindow(), &dialog);
     QTest::keyClick(&dialog, Qt::Key_W, Qt::ControlModifier);
 }
 
