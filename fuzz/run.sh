@@ -38,21 +38,30 @@ trap 'rm -rf "$TMPDIR"' EXIT
 # A stack of each allocation would cost more than the rest.
 export ASAN_OPTIONS=${ASAN_OPTIONS:-malloc_context_size=4}
 
-failed=""
-for target in $targets; do
+fuzz() { # TARGET: one line on standard output, and more of a finding
+    local target=$1 log=$findings/$1.log dictionary=()
     mkdir -p "$corpus/$target"
-    log=$findings/$target.log
-    dictionary=()
     case $target in configuration | propertylist) dictionary=(-dict=fuzz/xml.dict) ;; esac
-    say "$target: $seconds s"
     if "build/fuzz/fuzz/fuzz_$target" ${dictionary[@]+"${dictionary[@]}"} -max_len=512 -timeout=20 \
         -rss_limit_mb=1024 -max_total_time="$seconds" -print_final_stats=1 \
         -artifact_prefix="$findings/$target-" "$corpus/$target" "fuzz/corpus/$target" \
         >"$log" 2>&1; then
-        say "    $(sed -n 's/^stat::number_of_executed_units: *//p' "$log") inputs"
+        say "$target: $(sed -n 's/^stat::number_of_executed_units: *//p' "$log") inputs"
     else
-        failed="$failed $target"
+        touch "$TMPDIR/failed-$target"
+        say "$target: a finding"
         grep -E -A 2 "BROKEN RULE|ERROR:|SUMMARY:|Test unit written" "$log" || tail -n 20 "$log"
     fi
+}
+
+# As many at a time as there are processors.
+running=0
+for target in $targets; do
+    if [ $((++running)) -gt "$(nproc)" ]; then
+        wait -n
+    fi
+    fuzz "$target" &
 done
-[ -z "$failed" ] || fail "findings in$failed; see $findings"
+wait
+failed=$(find "$TMPDIR" -name 'failed-*' -printf ' %f')
+[ -z "$failed" ] || fail "findings in${failed//failed-/}; see $findings"
