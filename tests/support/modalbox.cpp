@@ -2,6 +2,9 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
 
 BoxAnswerer::BoxAnswerer(QMessageBox::StandardButton button) : m_button(button)
 {
@@ -38,7 +41,8 @@ void BoxGuard::look()
 {
     auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
     if (box && box == m_open) {
-        qWarning("unexpected box: %s", qUtf8Printable(box->text()));
+        QTest::qFail(qPrintable("a box that nobody answers: "_L1 + box->text()), __FILE__,
+                     __LINE__);
         box->reject();
     }
     m_open = box;

@@ -39,8 +39,8 @@ private:
     QTimer m_timer;
 };
 
-/// Closes a message box that nobody answers for a while, with a warning that tells what it said, so
-/// that it fails the test and does not block it.
+/// Closes a message box that nobody answers for a while, and fails the test with what it said,
+/// which it would block otherwise.
 class BoxGuard : public QObject
 {
 public:
