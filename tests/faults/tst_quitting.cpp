@@ -75,7 +75,7 @@ private:
         Reach reach;
         QStringList windows;   ///< that are open then, the main one too
         QStringList downloads; ///< what lies in the download folder afterwards
-        int loads = 1;         ///< of the catalogue, up to the end by closing
+        int loads = 1;         ///< of the catalogue, unless the end comes before the second
     };
     [[nodiscard]] static QList<Moment> moments();
 
@@ -409,7 +409,9 @@ void TestQuitting::endsWhenAsked()
         // A signal ends this one process alone: what it has started goes on to its own end.
         QCOMPARE(isAlive(extraction), way == BySigterm);
     }
-    QCOMPARE(m_server->requests().count(u"/catalogue.csv"_s), way == ByClosing ? now.loads : 1);
+    const auto loads = int(m_server->requests().count(u"/catalogue.csv"_s));
+    QVERIFY2(loads == 1 || (way == ByClosing && loads == now.loads),
+             qPrintable(QString::number(loads)));
     verifyWhatIsLeft(now.downloads);
     if (!QTest::currentTestFailed()) {
         theNextRunWorks();
