@@ -35,8 +35,10 @@ memory=/dev/shm
 TMPDIR=$(mktemp -d "$memory/quillmere-fuzz-XXXXXX")
 export TMPDIR
 trap 'rm -rf "$TMPDIR"' EXIT
-# A stack of each allocation would cost more than the rest.
-export ASAN_OPTIONS=${ASAN_OPTIONS:-malloc_context_size=4}
+# A stack of each allocation, and much freed memory kept, would cost more than all the rest: a finding
+# is run again by itself for those.
+asan=malloc_context_size=0:quarantine_size_mb=4:thread_local_quarantine_size_kb=64
+export ASAN_OPTIONS=${ASAN_OPTIONS:-$asan}
 
 fuzz() { # TARGET: one line on standard output, and more of a finding
     local target=$1 log=$findings/$1.log dictionary=()
