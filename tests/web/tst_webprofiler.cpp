@@ -235,7 +235,9 @@ void TestWebProfiler::anEmptyAnswerIsNoError()
     QCOMPARE(catalogue.downloadData(QUrl(server.url(u"apps.csv"_s))), QByteArray());
     QCOMPARE(catalogue.lastError(), QString());
     QCOMPARE(m_home->logLines(), QStringList{u"[INFO] Init WebProfiler"_s});
-    QCOMPARE(distinctRequests(server), QStringList{u"/apps.csv"_s});
+    const bool isEndKnown = reply.withLength || reply.status == 204;
+    QCOMPARE(isEndKnown ? server.requests() : distinctRequests(server),
+             QStringList{u"/apps.csv"_s});
 }
 
 void TestWebProfiler::aGoodTransferKeepsAnEarlierError()
