@@ -35,22 +35,23 @@ memory=/dev/shm
 TMPDIR=$(mktemp -d "$memory/quillmere-fuzz-XXXXXX")
 export TMPDIR
 trap 'rm -rf "$TMPDIR"' EXIT
-# A stack of each allocation, and much freed memory kept, would cost more than all the rest: a finding
-# is run again by itself for those.
+# A stack of each allocation, and much freed memory kept, would cost nearly as much as all the rest.
+# Who runs a finding again has both.
 asan=malloc_context_size=0:quarantine_size_mb=4:thread_local_quarantine_size_kb=64
 export ASAN_OPTIONS=${ASAN_OPTIONS:-$asan}
 
 fuzz() { # TARGET: one line on standard output, and more of a finding
     local target=$1 log=$findings/$1.log dictionary=()
+    touch "$TMPDIR/failed-$target" # until it has ended well
     mkdir -p "$corpus/$target"
     case $target in configuration | propertylist) dictionary=(-dict=fuzz/xml.dict) ;; esac
     if "build/fuzz/fuzz/fuzz_$target" ${dictionary[@]+"${dictionary[@]}"} -max_len=512 -timeout=20 \
         -rss_limit_mb=1024 -max_total_time="$seconds" -print_final_stats=1 \
         -artifact_prefix="$findings/$target-" "$corpus/$target" "fuzz/corpus/$target" \
         >"$log" 2>&1; then
+        rm "$TMPDIR/failed-$target"
         say "$target: $(sed -n 's/^stat::number_of_executed_units: *//p' "$log") inputs"
     else
-        touch "$TMPDIR/failed-$target"
         say "$target: a finding"
         grep -E -A 2 "BROKEN RULE|ERROR:|SUMMARY:|Test unit written" "$log" || tail -n 20 "$log"
     fi
