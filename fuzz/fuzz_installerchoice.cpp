@@ -5,7 +5,7 @@
 
 #include "fuzzing.h"
 
-#include "profiler/installerchoice.h"
+#include "install/installerchoice.h"
 
 #include <QDir>
 #include <QMap>

@@ -3,8 +3,8 @@
 
 #include "app/buildinfo.h"
 #include "app/debug.h"
-#include "profiler/downloadtarget.h"
-#include "profiler/ownupdate.h"
+#include "install/downloadtarget.h"
+#include "install/ownupdate.h"
 #include "ui/downloadprogress.h"
 #include "web/transfer.h"
 

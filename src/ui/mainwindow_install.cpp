@@ -2,7 +2,7 @@
 
 #include "app/buildinfo.h"
 #include "app/debug.h"
-#include "profiler/installerchoice.h"
+#include "install/installerchoice.h"
 #include "system/system.h"
 #include "ui/waitdialog.h"
 

@@ -3,7 +3,7 @@
 #include "catalogue/archiverules.h"
 #include "catalogue/command.h"
 #include "commandrun.h"
-#include "profiler/installerchoice.h"
+#include "install/installerchoice.h"
 #include "support/privatehome.h"
 #include "system/system.h"
 #include "ui/downloadbench.h"

@@ -1,7 +1,7 @@
 #include "catalogue/archivecontent.h"
 
 #include "catalogue/finding.h"
-#include "profiler/downloadtarget.h"
+#include "install/downloadtarget.h"
 
 #include <QFile>
 #include <QStringDecoder>

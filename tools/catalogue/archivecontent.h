@@ -1,7 +1,7 @@
 #pragma once
 
 #include "catalogue/unpackedtree.h"
-#include "profiler/installerchoice.h"
+#include "install/installerchoice.h"
 
 #include <memory>
 

@@ -2,7 +2,7 @@
 
 #include "catalogue/archiverules.h"
 #include "catalogue/filetype.h"
-#include "profiler/downloadtarget.h"
+#include "install/downloadtarget.h"
 
 #include <QDir>
 #include <QFileInfo>

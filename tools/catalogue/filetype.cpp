@@ -1,6 +1,6 @@
 #include "catalogue/filetype.h"
 
-#include "profiler/downloadtarget.h"
+#include "install/downloadtarget.h"
 
 #include <QFile>
 

@@ -3,7 +3,7 @@
 #include "app/buildinfo.h"
 #include "catalogue/nameorder.h"
 #include "profiler/applicationmatch.h"
-#include "profiler/ownupdate.h"
+#include "install/ownupdate.h"
 
 #include <QHash>
 

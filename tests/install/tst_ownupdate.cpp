@@ -1,4 +1,4 @@
-#include "profiler/ownupdate.h"
+#include "install/ownupdate.h"
 
 #include <QTest>
 

@@ -1,4 +1,4 @@
-#include "profiler/downloadtarget.h"
+#include "install/downloadtarget.h"
 
 #include "config/homefolder.h"
 

@@ -1,4 +1,4 @@
-#include "profiler/installerchoice.h"
+#include "install/installerchoice.h"
 
 #include <QDir>
 #include <QElapsedTimer>
