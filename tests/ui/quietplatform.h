@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QtGlobal>
+#include <QString>
 
 /// Keeps from the tests' output what the offscreen platform says whenever a window is shown; the
 /// words that matter drown in it.
