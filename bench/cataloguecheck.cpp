@@ -1,6 +1,6 @@
 #include "cataloguecheck.h"
 
-#include "catalogue/check.h"
+#include "companion/catalogue/check.h"
 #include "console.h"
 #include "largecatalogue.h"
 #include "sampledata.h"

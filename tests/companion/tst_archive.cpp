@@ -1,0 +1,564 @@
+#include "companion/archive/archive.h"
+
+#include "commandrun.h"
+#include "companion/archive/archiverules.h"
+#include "companion/command.h"
+#include "install/installerchoice.h"
+#include "support/privatehome.h"
+#include "system/system.h"
+#include "ui/downloadbench.h"
+#include "zipmaker.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLoggingCategory>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QTest>
+
+#include <unistd.h>
+
+#include <optional>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// What the program finds after its own unpacking, by processor, as paths; nothing when unzip
+/// fails.
+using Choice = std::optional<QHash<QString, QStringList>>;
+
+Choice choiceByUnpacking(const QString& archive)
+{
+    const QTemporaryDir folder;
+    QProcess unzip;
+    unzip.setChildProcessModifier([] { ::setsid(); });
+    unzip.start(u"/usr/bin/unzip"_s, {u"-o"_s, archive, u"-d"_s, folder.path()});
+    if (!unzip.waitForFinished(60'000)) {
+        qFatal("unzip does not end");
+    }
+    if (unzip.exitCode() != 0) {
+        return std::nullopt;
+    }
+    QHash<QString, QStringList> choice;
+    for (const QString& processor : processors()) {
+        QStringList& paths = choice[processor];
+        for (const InstallerCandidate& c : installerCandidates(folder.path(), processor)) {
+            paths.append(QString::number(c.score) + u' ' + c.path.mid(folder.path().size() + 1));
+        }
+    }
+    return choice;
+}
+
+Choice choiceByDirectory(const QString& path)
+{
+    const ArchiveContent archive(path);
+    if (!archive.error().isEmpty() || !archive.failures().isEmpty()) {
+        return std::nullopt;
+    }
+    QHash<QString, QStringList> choice;
+    for (const QString& processor : processors()) {
+        QStringList& paths = choice[processor];
+        for (const InstallerCandidate& c : archive.candidates(processor)) {
+            paths.append(QString::number(c.score) + u' ' + c.path);
+        }
+    }
+    return choice;
+}
+
+QString described(const Choice& choice)
+{
+    return choice ? choice->value(u"arm64"_s).join(u", "_s) + " | "_L1 +
+                        choice->value(u"x86_64"_s).join(u", "_s)
+                  : u"unzip fails"_s;
+}
+
+/// Random archives whose names are likely to meet: few words, deep folders, odd items.
+class RandomArchives
+{
+public:
+    explicit RandomArchives(quint32 seed) : m_random(seed) {}
+
+    QByteArray next(bool withOddities)
+    {
+        ZipMaker zip;
+        m_links.clear();
+        const bool isOdd = withOddities && m_random.bounded(3) == 0;
+        for (int items = 1 + int(m_random.bounded(12)); items > 0; --items) {
+            add(zip, isOdd && m_random.bounded(6) == 0);
+        }
+        return zip.bytes();
+    }
+
+private:
+    template <typename T>
+    T oneOf(const QList<T>& values)
+    {
+        return values[m_random.bounded(values.size())];
+    }
+
+    QByteArray step()
+    {
+        static const QByteArrayList stems = {
+            "Tool",    "Tool-arm64", "Tool-x86_64", "Zed ARM",      "Uninstall",    "disk",
+            ".hidden", "__MACOSX",   "Alpha x64",   "Both-arm-x64", "\u00c9t\u00e9"};
+        static const QByteArrayList endings = {".app", ".pkg", ".dmg", ".mpkg", ".PKG",
+                                               "",     "",     ".txt", ".apps"};
+        return oneOf(stems) + oneOf(endings);
+    }
+
+    QByteArray path()
+    {
+        QByteArray whole = step();
+        for (int depth = int(m_random.bounded(4)); depth > 0; --depth) {
+            whole = step() + '/' + whole;
+        }
+        return whole;
+    }
+
+    void add(ZipMaker& zip, bool isOdd)
+    {
+        ZipMaker::Item item;
+        item.name = path();
+        if (m_random.bounded(5) == 0) {
+            item.name += '/';
+            item.content.clear();
+            item.mode = 040755;
+        } else if (m_random.bounded(8) == 0) {
+            if (m_links.contains(item.name)) {
+                return; // unzip itself is unsure of two links in one place
+            }
+            m_links.append(item.name);
+            const QByteArrayList targets = {step(), "../" + step(), "nowhere", "./", path()};
+            zip.addLink(item.name, oneOf(targets));
+            return;
+        }
+        if (isOdd && !item.name.endsWith('/')) {
+            makeOdd(item);
+        }
+        zip.add(item);
+    }
+
+    void makeOdd(ZipMaker::Item& item)
+    {
+        switch (m_random.bounded(10)) {
+        case 0:
+            item.name.prepend('/');
+            break;
+        case 1:
+            item.name.prepend("../");
+            break;
+        case 2:
+            item.name.prepend("./");
+            break;
+        case 3:
+            item.name.replace('/', "//");
+            break;
+        case 4:
+            item.name += ";1";
+            break;
+        case 5:
+            item.name.prepend('\x01');
+            break;
+        case 6:
+            item.isEncrypted = true;
+            break;
+        case 7:
+            item.method = 14;
+            break;
+        case 8:
+            item.system = ZipMaker::Dos;
+            item.name.replace('/', '\\').replace("\u00c9t\u00e9", "Ete");
+            break;
+        default:
+            item.name += "/" + QByteArray(260, 'n') + ".pkg";
+        }
+    }
+
+    QRandomGenerator m_random;
+    QByteArrayList m_links; ///< of the archive at hand
+};
+
+} // namespace
+
+class TestArchive : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init() { m_home.emplace(); }
+    void cleanup() { m_home.reset(); }
+
+    void choosesAsTheProgramDoes_data();
+    void choosesAsTheProgramDoes();
+    void choosesAsTheProgramDoesInRandomArchives_data();
+    void choosesAsTheProgramDoesInRandomArchives();
+    void choosesAsTheProgramDoesInArchivesOfZip();
+    void tellsWhatTheWindowOpens_data();
+    void tellsWhatTheWindowOpens();
+
+    void tellsChoiceAndReason_data();
+    void tellsChoiceAndReason();
+    void tellsWhatHarms_data();
+    void tellsWhatHarms();
+    void tellsAllAsJson();
+    void comparesWithThePreviousRelease();
+    void endsByWhatWasFound();
+    void unreadableInputIsTold();
+    void leavesTheArchiveAsItWas();
+
+private:
+    [[nodiscard]] QString write(const QByteArray& archive,
+                                const QString& name = u"tool.zip"_s) const
+    {
+        return m_home->write(name, archive);
+    }
+
+    std::optional<PrivateHome> m_home;
+};
+
+void TestArchive::initTestCase()
+{
+    // unzip writes names as the locale has them; users have UTF-8.
+    qputenv("LC_ALL", "C.UTF-8");
+    // What the client logs is told by its file.
+    QLoggingCategory::setFilterRules(u"default.debug=false"_s);
+}
+
+void TestArchive::choosesAsTheProgramDoes_data()
+{
+    QTest::addColumn<QByteArray>("archive");
+
+    const auto row = [](const char* what, const QByteArray& archive) {
+        QTest::newRow(what) << archive;
+    };
+    const auto item = [](const ZipMaker::Item& one) {
+        ZipMaker zip;
+        zip.add({.name = "Other.dmg"});
+        zip.add(one);
+        return zip.bytes();
+    };
+    const auto link = [](const QByteArray& name, const QByteArray& target) {
+        ZipMaker zip;
+        zip.add({.name = "d/Real.app/x"});
+        zip.add({.name = "d/real.txt"});
+        zip.addLink(name, target);
+        return zip.bytes();
+    };
+    row("nothing to open", zipOf({"a", "b/"}));
+    row("no item at all", ZipMaker().bytes());
+    row("processors", zipOf({"T-arm64.pkg", "T-x64.pkg", "T.pkg", "T-arm-x86.pkg"}));
+    row("depth", zipOf({"a/b/T.pkg", "c/Z.pkg"}));
+    row("shadow folder", zipOf({"__MACOSX/T.app/a", "z/T.app/a"}));
+    row("shadow folder deeper down", zipOf({"a/__MACOSX/T.app/a", "z/y/T.app/a"}));
+    row("names", zipOf({"b.pkg", "B.pkg", "a.pkg"}));
+    row("nested bundles", zipOf({"T.app/Contents/H.app/x", "T.app/x"}));
+    row("excluded", zipOf({"UnInstall.pkg", "uninstall me.app/T.pkg"}));
+    row("hidden", zipOf({".T.pkg", ".d/T.pkg", "d/.e/T.app/x", "a.pkg"}));
+    row("file in a folder that is not listed", zipOf({"d/T.pkg"}));
+    row("folder alone", zipOf({"T.app/"}));
+    row("listed twice", zipOf({"T.pkg", "T.pkg"}));
+    row("file, then folder", zipOf({"T.pkg", "T.pkg/a.pkg"}));
+    row("folder, then file", zipOf({"T.pkg/a.pkg", "T.pkg"}));
+    row("file, then the folder itself", zipOf({"T.pkg", "T.pkg/"}));
+    row("absolute", zipOf({"/T.pkg"}));
+    row("steps out", zipOf({"../T.pkg"}));
+    row("steps out within", zipOf({"d/../T.pkg"}));
+    row("steps that stay", zipOf({"./d/./T.pkg", "e//T.pkg"}));
+    row("folder of steps", zipOf({"./", "T.pkg"}));
+    row("root alone", zipOf({"/", "T.pkg"}));
+    row("dots in names", zipOf({"..a/T..pkg", "T...pkg"}));
+    row("blanks", zipOf({" T.pkg", "d /T.pkg ", "T .pkg"}));
+    row("accents", zipOf({"\u00c9t\u00e9.pkg", "E\u0301te\u0301.app/x"}));
+    row("control characters", zipOf({"T\x01\x02.pkg", "A\n.pkg"}));
+    row("version of VMS", zipOf({"T.pkg;1", "U;2.pkg", "V.pkg;", "d;1/W.pkg", "X.pkg;1a"}));
+    row("long name", zipOf({QByteArray(252, 'a') + ".pkg"}));
+    row("name of 255 bytes", zipOf({QByteArray(251, 'a') + ".pkg"}));
+    row("long folder", zipOf({QByteArray(256, 'a') + "/T.pkg"}));
+    row("backslashes of DOS", item({.name = "d\\T.pkg", .system = ZipMaker::Dos}));
+    row("backslashes of DOS beside slashes", item({.name = "d\\e/T.pkg", .system = ZipMaker::Dos}));
+    row("backslashes of Unix", item({.name = "d\\T.pkg"}));
+    row("encrypted", item({.name = "T.pkg", .isEncrypted = true}));
+    row("unknown method", item({.name = "T.pkg", .method = 14}));
+    row("pipe", item({.name = "T.pkg", .mode = 010644}));
+    row("folder's mode without a slash", item({.name = "T.app", .content = {}, .mode = 040755}));
+    row("folder with content", item({.name = "T.app/", .content = "abc"}));
+    row("link to a file", link("T.pkg", "d/real.txt"));
+    row("link to a bundle", link("T.app", "d/Real.app"));
+    row("link to nothing", link("T.app", "none"));
+    row("link in a folder", link("e/T.pkg", "../d/real.txt"));
+    row("link to its own folder", link("e/T.app", "."));
+    row("link to the top", link("T.app", "."));
+    row("link to itself", link("T.app", "T.app"));
+    row("empty link", link("T.pkg", ""));
+    row("link over a file", link("d/real.txt", "../T.pkg"));
+    row("cut off", zipOf({"T.pkg"}).chopped(3));
+    row("no archive", "<html>");
+}
+
+void TestArchive::choosesAsTheProgramDoes()
+{
+    QFETCH(QByteArray, archive);
+    const QString path = write(archive);
+    QCOMPARE(described(choiceByDirectory(path)), described(choiceByUnpacking(path)));
+}
+
+void TestArchive::choosesAsTheProgramDoesInRandomArchives_data()
+{
+    QTest::addColumn<quint32>("seed");
+    for (quint32 seed = 1; seed <= 10; ++seed) {
+        QTest::addRow("seed %u", seed) << seed;
+    }
+}
+
+void TestArchive::choosesAsTheProgramDoesInRandomArchives()
+{
+    QFETCH(quint32, seed);
+    RandomArchives archives(seed);
+    int failing = 0;
+    int choosing = 0;
+    for (int round = 0; round < 45; ++round) {
+        const QString path = write(archives.next(true));
+        const Choice expected = choiceByUnpacking(path);
+        QVERIFY2(described(choiceByDirectory(path)) == described(expected),
+                 qUtf8Printable(u"round %1\n%2\n%3"_s.arg(round).arg(
+                     described(choiceByDirectory(path)), described(expected))));
+        failing += expected ? 0 : 1;
+        choosing += expected && expected->value(u"arm64"_s).size() > 1 ? 1 : 0;
+    }
+    // Else the comparison says little.
+    QVERIFY(failing > 2 && choosing > 10);
+}
+
+void TestArchive::choosesAsTheProgramDoesInArchivesOfZip()
+{
+    QRandomGenerator random(3);
+    const QStringList steps = {u"Tool.app"_s, u"Tool-arm64.pkg"_s, u"x64 Tool.dmg"_s, u"disk"_s,
+                               u"__MACOSX"_s, u".hidden"_s,        u"Uninstall.app"_s};
+    for (int round = 0; round < 50; ++round) {
+        const QTemporaryDir folder;
+        for (int items = 1 + int(random.bounded(6)); items > 0; --items) {
+            QString path = folder.path() + "/in"_L1;
+            for (int depth = int(random.bounded(4)); depth >= 0; --depth) {
+                path += u'/' + steps[random.bounded(steps.size())];
+            }
+            if (QDir().mkpath(path) && random.bounded(2)) {
+                QFile::link(steps[random.bounded(steps.size())],
+                            path + u'/' + steps[random.bounded(steps.size())]);
+            }
+        }
+        QProcess zip;
+        zip.setWorkingDirectory(folder.path() + "/in"_L1);
+        zip.start(u"zip"_s, {u"-q"_s, u"-r"_s, u"-y"_s, u"../out.zip"_s, u"."_s});
+        QVERIFY(zip.waitForFinished() && zip.exitCode() == 0);
+        const QString path = folder.filePath(u"out.zip"_s);
+        QCOMPARE(described(choiceByDirectory(path)), described(choiceByUnpacking(path)));
+    }
+}
+
+void TestArchive::tellsWhatTheWindowOpens_data()
+{
+    QTest::addColumn<quint32>("seed");
+    for (quint32 seed = 100; seed < 112; ++seed) {
+        QTest::addRow("seed %u", seed) << seed;
+    }
+}
+
+// The whole way, with the real window: what it hands to the desktop.
+void TestArchive::tellsWhatTheWindowOpens()
+{
+    QFETCH(quint32, seed);
+    m_home.reset(); // the bench has its own
+    RandomArchives archives(seed);
+    const QByteArray archive = archives.next(seed % 2 == 0);
+    DownloadBench bench;
+    bench.list({{.name = u"Atlas"_s, .fileName = u"tool.zip"_s}});
+    bench.offer(u"tool.zip"_s, {.body = archive});
+    bench.open(DownloadBench::Hidden);
+    bench.pressDownload(0);
+    QStringList lines;
+    QVERIFY(comesToHold([&] {
+        lines += bench.takeActivity();
+        const QString all = lines.join(u'\n');
+        return all.contains("Extract - Done"_L1) || all.contains("Extract - Failed"_L1);
+    }));
+    QVERIFY(bench.waitForScan());
+
+    const QString path = bench.machine().home().write(u"same.zip"_s, archive);
+    const CommandRun result = run(runArchive, {u"archive"_s, u"--json"_s, path});
+    const QJsonObject report = QJsonDocument::fromJson(result.out.toUtf8()).array()[0].toObject();
+    const QString told = report[u"opens"][System::cpuArchitecture()].toString();
+    QStringList expected;
+    if (!told.isEmpty()) {
+        expected.append(bench.downloads() + u'/' + told.section(u'/', -1));
+    }
+    QCOMPARE(bench.opened(), expected);
+}
+
+// What is told
+
+void TestArchive::tellsChoiceAndReason_data()
+{
+    QTest::addColumn<QByteArray>("archive");
+    QTest::addColumn<QStringList>("lines");
+
+    const auto row = [](const char* what, const QList<QByteArray>& names,
+                        const QStringList& lines) { QTest::newRow(what) << zipOf(names) << lines; };
+    const QString sound = u"  unzip -t: ends with 0, all went well"_s;
+    row("one item", {"Tool.pkg"},
+        {u"  arm64: opens 'Tool.pkg', which names no processor"_s, u"    [score 0] 'Tool.pkg'"_s,
+         u"  x86_64: opens 'Tool.pkg', which names no processor"_s, u"    [score 0] 'Tool.pkg'"_s,
+         sound});
+    row("one item for each processor", {"T-arm64.pkg", "T-x86.pkg"},
+        {u"  arm64: opens 'T-arm64.pkg', which names only this processor"_s,
+         u"    [score 2] 'T-arm64.pkg'"_s, u"    [score -1] 'T-x86.pkg'"_s,
+         u"  x86_64: opens 'T-x86.pkg', which names only this processor"_s,
+         u"    [score 2] 'T-x86.pkg'"_s, u"    [score -1] 'T-arm64.pkg'"_s, sound});
+    row("universal", {"T-arm64-x86_64.pkg"},
+        {u"  arm64: opens 'T-arm64-x86_64.pkg', which names both processors"_s,
+         u"    [score 1] 'T-arm64-x86_64.pkg'"_s,
+         u"  x86_64: opens 'T-arm64-x86_64.pkg', which names both processors"_s,
+         u"    [score 1] 'T-arm64-x86_64.pkg'"_s, sound});
+    row("less deep", {"T.app/H.app/x"},
+        {u"  arm64: opens 'T.app', which names no processor; it lies less deep than "
+         "'T.app/H.app'"_s,
+         u"    [score 0] 'T.app'"_s, u"    [score 0] 'T.app/H.app'"_s,
+         u"  x86_64: opens 'T.app', which names no processor; it lies less deep than "
+         "'T.app/H.app'"_s,
+         u"    [score 0] 'T.app'"_s, u"    [score 0] 'T.app/H.app'"_s, sound});
+    row("left out", {"T.pkg", "d/Uninstall.pkg"},
+        {u"  arm64: opens 'T.pkg', which names no processor"_s, u"    [score 0] 'T.pkg'"_s,
+         u"  x86_64: opens 'T.pkg', which names no processor"_s, u"    [score 0] 'T.pkg'"_s,
+         u"  left out: 'd/Uninstall.pkg', as its name holds \"Uninstall\""_s, sound});
+}
+
+void TestArchive::tellsChoiceAndReason()
+{
+    QFETCH(QByteArray, archive);
+    QFETCH(QStringList, lines);
+    const QString path = write(archive);
+    const CommandRun result = run(runArchive, {u"archive"_s, path});
+    QCOMPARE(result.out, path + u'\n' + lines.join(u'\n') + u'\n');
+    QCOMPARE(result.err, QString());
+    QCOMPARE(result.status, 0);
+}
+
+void TestArchive::tellsWhatHarms_data()
+{
+    QTest::addColumn<QByteArray>("archive");
+    QTest::addColumn<QString>("choice");
+    QTest::addColumn<QString>("finding"); // what stands between the severity and the effect
+    QTest::addColumn<QString>("rule");
+
+    const auto row = [](const char* what, const QByteArray& archive, const QString& choice,
+                        const QString& finding, const QString& rule) {
+        QTest::newRow(what) << archive << choice << finding << rule;
+    };
+    const QString none = u"opens nothing, as unzip would fail"_s;
+    QByteArray damaged = zipOf({"T.pkg"});
+    damaged[30 + 5] = 'y';
+    row("damaged data", damaged, none,
+        u"error: unzip's own test ends with 2: the archive's format is wrong somewhere. "_s,
+        u"archive-fails"_s);
+    row("bytes before the archive", "#!/bin/sh\n" + zipOf({"T.pkg"}), none, u"error: "_s,
+        u"archive"_s);
+    row("absolute name", zipOf({"/T.pkg"}), none, u"error: '/T.pkg' leads out of its folder. "_s,
+        u"archive-name"_s);
+    row("tie", zipOf({"A.pkg", "B.pkg"}),
+        u"opens 'A.pkg', which names no processor; by name it is before 'B.pkg'"_s,
+        u"warning: 'B.pkg' fits as well as 'A.pkg'. "_s, u"archive-tie"_s);
+    row("shadow folder", zipOf({"d/T.app/a", "__MACOSX/T.app/a"}),
+        u"opens 'd/T.app', which names no processor; '__MACOSX/T.app' is a shadow folder's"_s,
+        u"warning: '__MACOSX/T.app' fits as well as 'd/T.app'. "_s, u"archive-shadow"_s);
+    row("nothing to open", zipOf({"a.txt"}), u"opens nothing"_s,
+        u"error: nothing in it can be opened. "_s, u"archive-nothing"_s);
+    ZipMaker out;
+    out.add({.name = "T.pkg"});
+    out.addLink("d/e", "../../f");
+    row("link that leads out", out.bytes(), u"opens 'T.pkg', which names no processor"_s,
+        u"error: the link 'd/e' leads out. "_s, u"archive-link"_s);
+}
+
+void TestArchive::tellsWhatHarms()
+{
+    QFETCH(QByteArray, archive);
+    QFETCH(QString, choice);
+    QFETCH(QString, finding);
+    QFETCH(QString, rule);
+    const QString path = write(archive);
+    const QString out = run(runArchive, {u"archive"_s, path}).out;
+    QVERIFY2(out.contains("  arm64: "_L1 + choice + u'\n'), qUtf8Printable(out));
+    QVERIFY2(out.contains(path + ":0: "_L1 + finding), qUtf8Printable(out));
+    QVERIFY2(out.contains(" ["_L1 + rule), qUtf8Printable(out));
+}
+
+void TestArchive::tellsAllAsJson()
+{
+    const QString path = write(zipOf({"A.pkg", "B-arm.pkg", "Uninstall.app/x"}));
+    const CommandRun result = run(runArchive, {u"archive"_s, u"--json"_s, path});
+    const QJsonObject report = QJsonDocument::fromJson(result.out.toUtf8()).array()[0].toObject();
+    QCOMPARE(report[u"file"], path);
+    QCOMPARE(report[u"opens"],
+             (QJsonObject{{u"arm64"_s, u"B-arm.pkg"_s}, {u"x86_64"_s, u"A.pkg"_s}}));
+    QCOMPARE(report[u"candidates"][u"x86_64"],
+             (QJsonArray{QJsonObject{{u"path"_s, u"A.pkg"_s}, {u"score"_s, 0}},
+                         QJsonObject{{u"path"_s, u"B-arm.pkg"_s}, {u"score"_s, -1}}}));
+    QCOMPARE(report[u"excluded"], QJsonArray{u"Uninstall.app"_s});
+    QCOMPARE(report[u"unzip"], 0);
+    QCOMPARE(report[u"findings"], QJsonArray());
+}
+
+void TestArchive::comparesWithThePreviousRelease()
+{
+    const QString old = write(zipOf({"T-arm64.pkg", "T 1-x64.pkg"}), u"old.zip"_s);
+    const QString path = write(zipOf({"T-arm64.pkg", "T 2-x64.pkg"}));
+    const CommandRun result = run(runArchive, {u"archive"_s, u"--previous"_s, old, path});
+    QCOMPARE(result.status, 1);
+    QVERIFY2(result.out.contains("'T-arm64.pkg' is the previous release's item too"_L1),
+             qUtf8Printable(result.out));
+    QVERIFY(!result.out.contains("'T 2-x64.pkg' is"_L1));
+}
+
+void TestArchive::endsByWhatWasFound()
+{
+    const QString good = write(zipOf({"A.pkg"}), u"good.zip"_s);
+    const QString tie = write(zipOf({"A.pkg", "B.pkg"}), u"tie.zip"_s);
+    const QString bad = write(zipOf({"../A.pkg"}), u"bad.zip"_s);
+    QCOMPARE(run(runArchive, {u"archive"_s, good, tie}).status, 0);
+    QCOMPARE(run(runArchive, {u"archive"_s, u"--strict"_s, good, tie}).status, 1);
+    QCOMPARE(run(runArchive, {u"archive"_s, bad, good}).status, 1);
+    // Progress is told beside what was found.
+    QCOMPARE(run(runArchive, {u"archive"_s, good, tie}).err,
+             "reading "_L1 + good + "\nreading "_L1 + tie + u'\n');
+}
+
+void TestArchive::unreadableInputIsTold()
+{
+    const QString none = m_home->path() + "/none.zip"_L1;
+    const CommandRun missing = run(runArchive, {u"archive"_s, write(zipOf({"A.pkg"})), none});
+    QCOMPARE(missing.status, 2);
+    QCOMPARE(missing.out, QString());
+    QCOMPARE(missing.err, "quillmere-catalogue archive: cannot read "_L1 + none + u'\n');
+
+    const CommandRun bare = run(runArchive, {u"archive"_s});
+    QCOMPARE(bare.status, 2);
+    QCOMPARE(bare.err, u"quillmere-catalogue archive: an argument is missing (try --help)\n"_s);
+}
+
+void TestArchive::leavesTheArchiveAsItWas()
+{
+    const QByteArray bytes = zipOf({"A.pkg", "../B.pkg"});
+    const QString path = write(bytes);
+    QCOMPARE(run(runArchive, {u"archive"_s, path}).status, 1);
+    QCOMPARE(PrivateHome::read(path), bytes);
+    QCOMPARE(QDir(m_home->path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+             QStringList{u"tool.zip"_s});
+}
+
+QTEST_MAIN(TestArchive)
+#include "tst_archive.moc"

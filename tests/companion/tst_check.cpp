@@ -1,0 +1,800 @@
+#include "companion/catalogue/check.h"
+
+#include "commandrun.h"
+#include "companion/catalogue/namerules.h"
+#include "companion/command.h"
+#include "support/httpserver.h"
+#include "support/privatehome.h"
+#include "web/webprofiler.h"
+#include "zipmaker.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLoggingCategory>
+#include <QRandomGenerator>
+#include <QSet>
+#include <QTest>
+
+#include <algorithm>
+#include <optional>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+const QByteArray header = "Name,Version,Release date,Filename,Ignored\n";
+
+/// A catalogue of @p lines under the usual header.
+QByteArray catalogue(const QByteArrayList& lines)
+{
+    return header + lines.join('\n') + '\n';
+}
+
+/// An entry that nothing is wrong with.
+QByteArray entry(const QByteArray& name, const QByteArray& version = "1.0",
+                 const QByteArray& fileName = "tool.bin")
+{
+    return name + ',' + version + ",2026-09-21," + fileName + ",0";
+}
+
+/// "2 name-duplicate", by line.
+QStringList briefly(const QList<Finding>& findings)
+{
+    QStringList brief;
+    for (const Finding& finding : findings) {
+        brief.append(QString::number(finding.line) + u' ' + finding.rule);
+    }
+    return brief;
+}
+
+QStringList found(const QByteArray& text, const QString& separator = u","_s)
+{
+    Report report(u"catalogue.csv"_s);
+    checkCatalogue(text, separator, report);
+    return briefly(report.findings());
+}
+
+/// An Info.plist that tells @p version.
+QByteArray plist(const QByteArray& version)
+{
+    return "<?xml version=\"1.0\"?><plist><dict><key>CFBundleShortVersionString</key><string>" +
+           version + "</string></dict></plist>";
+}
+
+QByteArray bundleZip(const QByteArray& infoPlist, const QByteArray& name = "Tool.app")
+{
+    ZipMaker zip;
+    ZipMaker::Item item;
+    item.name = name + "/Contents/Info.plist";
+    item.content = infoPlist;
+    zip.add(item);
+    return zip.bytes();
+}
+
+QByteArray diskImage()
+{
+    return QByteArray(1000, 'd') + "koly" + QByteArray(508, '\0');
+}
+
+/// What this process has read from files so far; -1 where that is not known.
+qint64 bytesRead()
+{
+    QFile counts(u"/proc/self/io"_s);
+    if (!counts.open(QIODevice::ReadOnly)) {
+        return -1;
+    }
+    return counts.readLine().simplified().split(' ').value(1, "-1").toLongLong();
+}
+
+const QByteArray webPage = "\n<!DOCTYPE HTML><title>Please log in</title>";
+
+} // namespace
+
+class TestCheck : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    // What the client logs is of no account.
+    void initTestCase() { QLoggingCategory::setFilterRules(u"default.debug=false"_s); }
+    void init() { m_home.emplace(); }
+    void cleanup() { m_home.reset(); }
+
+    void findsWhatIsWrongWithTheText_data();
+    void findsWhatIsWrongWithTheText();
+    void findsTheWrongSeparator_data();
+    void findsTheWrongSeparator();
+    void findsNamesThatMeetInAnyOrder();
+    void comparesWithThePublishedCatalogue_data();
+    void comparesWithThePublishedCatalogue();
+    void looksAtTheFiles_data();
+    void looksAtTheFiles();
+    void looksAtTheArchives_data();
+    void looksAtTheArchives();
+    void comparesTheItemWithThePreviousRelease_data();
+    void comparesTheItemWithThePreviousRelease();
+    void readsEachArchivesDirectoryOnly();
+
+    void readsWhatTheClientReads();
+    void bomAndCarriageReturnsAreReadAsTheClientDoes();
+
+    void tellsFindingsInLines();
+    void tellsWhoseApplicationAPrefixTakes();
+    void tellsFindingsAsJson();
+    void controlCharactersAreWrittenOut();
+    void endsByWhatWasFound_data();
+    void endsByWhatWasFound();
+    void explainsEveryRule();
+    void readsFromAWebServer();
+    void unreadableInputIsTold_data();
+    void unreadableInputIsTold();
+    void tellsProgressBesideTheFindings();
+    void leavesWhatItReadsAsItWas();
+    void everyRuleIsCaughtByATest();
+
+private:
+    QString write(const QString& name, const QByteArray& content) const
+    {
+        return m_home->write(name, content);
+    }
+    /// What `check` tells with the options, "LINE rule" each, or "NAME rule" for a file.
+    [[nodiscard]] QStringList check(const QByteArray& text, const QStringList& options = {});
+
+    static void addRule(const char* what, const QByteArray& text, const QStringList& findings)
+    {
+        QTest::newRow(what) << text << findings;
+    }
+    void note(const QStringList& findings)
+    {
+        for (const QString& finding : findings) {
+            m_caught.insert(finding.section(u' ', -1));
+        }
+    }
+
+    std::optional<PrivateHome> m_home;
+    QSet<QString> m_caught; ///< the rules that some test has caught
+};
+
+QStringList TestCheck::check(const QByteArray& text, const QStringList& options)
+{
+    const QString path = write(u"catalogue.csv"_s, text);
+    const CommandRun result = run(runCheck, QStringList{u"check"_s, path, u"--json"_s} + options);
+    QStringList brief;
+    for (const QJsonValue finding : QJsonDocument::fromJson(result.out.toUtf8()).array()) {
+        const QString file = finding[u"file"].toString();
+        const QString place =
+            file == path ? QString::number(finding[u"line"].toInteger()) : file.section(u'/', -1);
+        brief.append(place + u' ' + finding[u"rule"].toString());
+    }
+    return brief;
+}
+
+void TestCheck::findsWhatIsWrongWithTheText_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QStringList>("findings");
+
+    addRule("nothing", catalogue({entry("Atlas"), entry("Borealis", "10.4.1")}), {});
+    addRule("CRLF",
+            catalogue({entry("Atlas") + '\r', entry("Borealis") + '\r'})
+                .replace("Ignored\n", "Ignored\r\n"),
+            {});
+    addRule("quoted fields", catalogue({"\"Atlas\", \"1.0\" ,,\"a b.bin\",\"0\""}), {});
+
+    // Lines that are dropped
+    addRule("empty catalogue", "", {u"0 no-entry"_s});
+    addRule("header alone", header, {u"0 no-entry"_s});
+    addRule("00 is not 0", catalogue({entry("A") + '0', entry("B")}), {u"2 dropped-ignored"_s});
+    addRule("empty Ignored", catalogue({entry("A").chopped(1), entry("B")}),
+            {u"2 dropped-ignored"_s});
+    addRule("a word", catalogue({entry("A").chopped(1) + "no", entry("B")}),
+            {u"2 dropped-ignored"_s});
+    addRule("hidden on purpose", catalogue({entry("A").chopped(1) + '1', entry("B")}),
+            {u"2 dropped-hidden"_s});
+    addRule("too few fields", catalogue({"A,1.0", entry("B")}), {u"2 dropped-short"_s});
+    addRule("empty line", catalogue({entry("A"), "", entry("B")}), {u"3 dropped-empty"_s});
+    addRule("line of blanks", catalogue({entry("A"), " \t", entry("B")}), {u"3 dropped-empty"_s});
+    addRule("separator inside quotes", catalogue({"\"Ink, Pen\",1.0,d,f.bin,0", entry("B")}),
+            {u"2 field-split"_s});
+    addRule("separator inside quotes, accepted all the same",
+            "Name,Ignored,Version,Release date,Filename\n"
+            "A,0,1.0,d,\"f, g.bin\"\n",
+            {u"2 field-split"_s});
+    addRule("quotes inside a field protect nothing and break nothing",
+            catalogue({entry("A 3\" tool")}), {});
+
+    // The header
+    addRule("title with blanks",
+            header.trimmed().replace(",Version", ", Version") + '\n' + entry("A"),
+            {u"1 header-title"_s, u"2 version-empty"_s});
+    addRule("quoted title", QByteArray(header).replace("Ignored", "\"Ignored\"") + entry("A"),
+            {u"0 no-entry"_s, u"1 header-title"_s});
+    addRule("title in other letters",
+            QByteArray(header).replace("Release d", "Release D") + entry("A"),
+            {u"1 header-title"_s});
+    addRule("column is missing", "Name,Version,Filename,Ignored\nA,1.0,a.bin,0\n",
+            {u"1 header-column"_s});
+    addRule("no Ignored: one finding for all lines",
+            "Name,Version,Release date,Filename\nA,1.0,d,a.bin\nB,1.0,d,a.bin\n",
+            {u"0 no-entry"_s, u"1 header-column"_s});
+    addRule("the first title is of no account", "\" Anything\"" + header.mid(4) + entry("A"), {});
+
+    // Names
+    addRule("no name", catalogue({entry("")}), {u"2 name-empty"_s});
+    addRule("listed twice", catalogue({entry("A"), entry("B"), entry("A")}),
+            {u"4 name-duplicate"_s});
+    addRule("letter case tells names apart", catalogue({entry("A"), entry("a")}), {});
+    addRule("begins another", catalogue({entry("Synth Pro"), entry("Synth")}),
+            {u"3 name-prefix"_s});
+    addRule("begins another's version", catalogue({entry("Synth"), entry("Synth 2")}),
+            {u"2 name-prefix"_s});
+    addRule("begins several: one finding", catalogue({entry("S"), entry("S 1"), entry("Sx")}),
+            {u"2 name-prefix"_s});
+    addRule("begins none", catalogue({entry("Synth"), entry("Syntax")}), {});
+    addRule("begins both others", catalogue({entry("Synth"), entry("Syntax"), entry("Synt")}),
+            {u"4 name-prefix"_s});
+    addRule("two spellings", catalogue({entry("\u00c9t\u00e9"), entry("E\u0301te\u0301")}),
+            {u"2 name-composed"_s, u"3 name-decomposed"_s, u"3 name-two-spellings"_s});
+    addRule("accent listed twice is a duplicate", catalogue({entry("\u00c9"), entry("\u00c9")}),
+            {u"2 name-composed"_s, u"3 name-composed"_s, u"3 name-duplicate"_s});
+    addRule("other alphabets have no two spellings",
+            catalogue({entry("\u03a9mega"), entry("\u4e2d")}), {});
+    addRule("blanks inside quotes", catalogue({entry("\" A\""), entry("\"B \"")}),
+            {u"2 name-blanks"_s, u"3 name-blanks"_s});
+    addRule("blanks outside quotes", catalogue({entry(" A "), entry("\t\"B\" ")}), {});
+    addRule("the product's name by accident", catalogue({entry("My quillmere tool")}),
+            {u"2 name-product"_s});
+    addRule("the product itself", catalogue({entry("Quillmere")}), {});
+
+    // Versions
+    addRule("no version", catalogue({entry("A", "")}), {u"2 version-empty"_s});
+    addRule("a letter first", catalogue({entry("A", "v1.2")}), {u"2 version-start"_s});
+    addRule("a bracket first", catalogue({entry("A", "(1.2)")}), {u"2 version-start"_s});
+    addRule("digits of another script first", catalogue({entry("A", "\u0661.2")}),
+            {u"2 version-start"_s});
+    addRule("too large", catalogue({entry("A", "1.2147483648")}), {u"2 version-number"_s});
+    addRule("as large as can be", catalogue({entry("A", "1.2147483647")}), {});
+    addRule("large with zeros before it", catalogue({entry("A", "1.00000000002")}), {});
+    addRule("many zeros", catalogue({entry("A", "1.00000000000")}), {});
+    addRule("a letter behind", catalogue({entry("A", "1.2b3")}), {u"2 version-text"_s});
+    addRule("a part without digits", catalogue({entry("A", "1.beta")}), {u"2 version-text"_s});
+    addRule("a bracket", catalogue({entry("A", "1.2 (34)")}), {u"2 version-text"_s});
+    addRule("an empty part", catalogue({entry("A", "1..2")}), {u"2 version-text"_s});
+    addRule("a long date", catalogue({entry("A", "20260921.1530")}), {});
+
+    // File names
+    addRule("no file", catalogue({entry("A", "1.0", "")}), {u"2 file-none"_s});
+    for (const char* name : {"a#b.bin", "a?b.bin", "a%20b.bin"}) {
+        addRule(name, catalogue({entry("A", "1.0", name)}), {u"2 file-address"_s});
+    }
+    for (const char* name : {"mac/a.bin", "../a.bin", "..", ".", "/a.bin"}) {
+        addRule(name, catalogue({entry("A", "1.0", name)}), {u"2 file-folder"_s});
+    }
+    addRule("a name of 256 bytes", catalogue({entry("A", "1.0", QByteArray(256, 'a'))}),
+            {u"2 file-long"_s});
+    addRule("128 accents are 256 bytes",
+            catalogue({entry("A", "1.0", QByteArray("\u00e9").repeated(128))}), {u"2 file-long"_s});
+    addRule("a name of 255 bytes", catalogue({entry("A", "1.0", QByteArray(255, 'a'))}), {});
+    addRule("blanks, brackets and dots in a name", catalogue({entry("A", "1.0", "a b (2)..bin")}),
+            {});
+}
+
+void TestCheck::findsWhatIsWrongWithTheText()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(QStringList, findings);
+    QCOMPARE(found(text), findings);
+    note(findings);
+}
+
+void TestCheck::findsTheWrongSeparator_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QString>("separator");
+    QTest::addColumn<QStringList>("findings");
+
+    const QByteArray text = catalogue({entry("A"), entry("B")});
+    const QStringList wrong{u"0 no-entry"_s, u"1 separator"_s};
+    QTest::newRow("comma for comma") << text << u","_s << QStringList();
+    QTest::newRow("comma for semicolon") << text << u";"_s << wrong;
+    QTest::newRow("semicolon for comma") << QByteArray(text).replace(',', ';') << u","_s << wrong;
+    QTest::newRow("semicolon for semicolon")
+        << QByteArray(text).replace(',', ';') << u";"_s << QStringList();
+    QTest::newRow("tabulator for comma") << QByteArray(text).replace(',', '\t') << u","_s << wrong;
+    QTest::newRow("tabulator for tabulator")
+        << QByteArray(text).replace(',', '\t') << u"\t"_s << QStringList();
+    QTest::newRow("two characters")
+        << QByteArray(text).replace(",", "::") << u"::"_s << QStringList();
+    QTest::newRow("no catalogue at all")
+        << QByteArray("<html>\n") << u","_s
+        << QStringList{u"0 no-entry"_s, u"1 header-column"_s, u"1 header-column"_s,
+                       u"1 header-column"_s, u"1 header-column"_s};
+}
+
+void TestCheck::findsTheWrongSeparator()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(QString, separator);
+    QFETCH(QStringList, findings);
+    QCOMPARE(found(text, separator), findings);
+    note(findings);
+}
+
+void TestCheck::findsNamesThatMeetInAnyOrder()
+{
+    QRandomGenerator random(11);
+    const QString letters = u"ab \u4e00"_s;
+    for (int round = 0; round < 300; ++round) {
+        // Long names, so that more than their beginnings must be compared, and a few short ones.
+        const QString start = QString(int(random.bounded(12)), u'x');
+        QList<CatalogueEntry> entries;
+        for (int line = 2; line < 32; ++line) {
+            QString name = random.bounded(10) ? start : QString();
+            for (int length = 1 + int(random.bounded(12)); length > 0; --length) {
+                name += letters[random.bounded(letters.size())];
+            }
+            entries.append({line, name.trimmed() + u'.', {}, {}});
+            if (random.bounded(2)) {
+                entries.last().name.chop(1 + qsizetype(random.bounded(name.trimmed().size() + 1)));
+            }
+        }
+        QStringList expected;
+        for (qsizetype i = 0; i < entries.size(); ++i) {
+            const QString& name = entries[i].name;
+            const auto isAlike = [&name](const CatalogueEntry& e) { return e.name == name; };
+            const auto goesOn = [&name](const CatalogueEntry& e) {
+                return e.name != name && e.name.startsWith(name);
+            };
+            if (name.isEmpty()) {
+                continue;
+            }
+            if (std::any_of(entries.cbegin(), entries.cbegin() + i, isAlike)) {
+                expected.append(QString::number(entries[i].line) + " name-duplicate"_L1);
+            } else if (std::any_of(entries.cbegin(), entries.cend(), goesOn)) {
+                expected.append(QString::number(entries[i].line) + " name-prefix"_L1);
+            }
+        }
+        Report report(u"catalogue.csv"_s);
+        checkNames(entries, report);
+        QStringList told = briefly(report.findings());
+        told.removeIf([](const QString& finding) {
+            return !finding.endsWith("-duplicate"_L1) && !finding.endsWith("-prefix"_L1);
+        });
+        QCOMPARE(told, expected);
+    }
+}
+
+void TestCheck::comparesWithThePublishedCatalogue_data()
+{
+    QTest::addColumn<QByteArray>("published");
+    QTest::addColumn<QByteArray>("version");
+    QTest::addColumn<QStringList>("findings");
+
+    const auto row = [](const char* what, const QByteArray& published, const QByteArray& version,
+                        const QStringList& findings) {
+        QTest::newRow(what) << catalogue({published}) << version << findings;
+    };
+    row("newer", entry("A", "1.0"), "1.1", {});
+    row("unchanged", entry("A", "1.0"), "1.0", {});
+    row("one part more is not newer", entry("A", "1.0"), "1.0.1", {u"2 version-same"_s});
+    row("a letter is not newer", entry("A", "1.0"), "1.0b",
+        {u"2 version-same"_s, u"2 version-text"_s});
+    row("older", entry("A", "1.10"), "1.9", {u"2 version-older"_s});
+    row("another application's version is of no account", entry("B", "9"), "1.0", {});
+    row("hidden until now", entry("A", "9").chopped(1) + '1', "1.0", {});
+    row("of a name listed twice the later counts", entry("A", "9") + '\n' + entry("A", "1.0"),
+        "1.1", {});
+}
+
+void TestCheck::comparesWithThePublishedCatalogue()
+{
+    QFETCH(QByteArray, published);
+    QFETCH(QByteArray, version);
+    QFETCH(QStringList, findings);
+    QStringList result =
+        check(catalogue({entry("A", version)}), {u"--published"_s, write(u"old.csv"_s, published)});
+    result.sort();
+    QCOMPARE(result, findings);
+    note(findings);
+}
+
+void TestCheck::looksAtTheFiles_data()
+{
+    QTest::addColumn<QByteArray>("fileName");
+    QTest::addColumn<QString>("existing");
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QStringList>("findings");
+
+    const auto row = [](const char* what, const QByteArray& fileName, const QString& existing,
+                        const QByteArray& content, const QStringList& findings) {
+        QTest::newRow(what) << fileName << existing << content << findings;
+    };
+    row("there", "a.bin", u"a.bin"_s, "x", {});
+    row("missing", "a.bin", u"b.bin"_s, "x", {u"b.bin file-unnamed"_s, u"2 file-missing"_s});
+    row("a folder of that name", "a.bin", u"a.bin/inside"_s, "x", {u"2 file-missing"_s});
+    row("other letter case", "Tool.bin", u"tool.bin"_s, "x", {u"2 file-case"_s});
+    row("empty", "a.bin", u"a.bin"_s, "", {u"2 file-empty"_s});
+    row("hidden files are nobody's", "a.bin", u".htaccess"_s, "x", {u"2 file-missing"_s});
+    row("a package", "a.pkg", u"a.pkg"_s, "xar!\1\2", {});
+    row("an upper-case ending", "A.PKG", u"A.PKG"_s, "xar!\1\2", {});
+    row("no package", "a.mpkg", u"a.mpkg"_s, "PK\3\4", {u"2 file-type"_s});
+    row("a disk image", "a.dmg", u"a.dmg"_s, diskImage(), {});
+    row("no disk image", "a.dmg", u"a.dmg"_s, diskImage().chopped(1), {u"2 file-type"_s});
+    row("a short disk image", "a.dmg", u"a.dmg"_s, "koly", {u"2 file-type"_s});
+    row("no archive", "a.zip", u"a.zip"_s, "Rar!", {u"2 file-type"_s});
+    row("a web page", "a.dmg", u"a.dmg"_s, webPage, {u"2 file-type"_s});
+    row("a web page of any name", "a.bin", u"a.bin"_s, webPage, {u"2 file-type"_s});
+    row("a web page that is one", "a.html", u"a.html"_s, webPage, {});
+}
+
+void TestCheck::looksAtTheFiles()
+{
+    QFETCH(QByteArray, fileName);
+    QFETCH(QString, existing);
+    QFETCH(QByteArray, content);
+    QFETCH(QStringList, findings);
+    write("soft/"_L1 + existing, content);
+    QCOMPARE(check(catalogue({entry("A", "1.0", fileName)}),
+                   {u"--files"_s, m_home->path() + "/soft"_L1}),
+             findings);
+    note(findings);
+}
+
+void TestCheck::looksAtTheArchives_data()
+{
+    QTest::addColumn<QByteArray>("archive");
+    QTest::addColumn<QStringList>("findings");
+
+    const auto row = [](const char* what, const QByteArray& archive, const QStringList& findings) {
+        QTest::newRow(what) << archive << findings;
+    };
+    row("one package", zipOf({"Tool.pkg", "ReadMe.txt"}), {});
+    row("cut off", zipOf({"Tool.pkg"}).chopped(5), {u"2 archive-unreadable"_s});
+    row("empty", ZipMaker().bytes(), {u"2 archive-fails"_s, u"2 archive-nothing"_s});
+    ZipMaker lzma;
+    lzma.add({.name = "Tool.pkg", .method = 14});
+    row("unknown method", lzma.bytes(), {u"2 archive-fails"_s, u"2 archive-nothing"_s});
+    row("file where a folder must be", zipOf({"Tool.pkg", "Tool.pkg/a"}), {u"2 archive-fails"_s});
+    row("absolute name", zipOf({"/Tool.pkg"}), {u"2 archive-name"_s});
+    row("steps out", zipOf({"../Tool.pkg", "../../x"}), {u"2 archive-name"_s});
+    ZipMaker dos;
+    dos.add({.name = "in\\Tool.pkg", .system = ZipMaker::Dos});
+    row("backslashes", dos.bytes(), {u"2 archive-name"_s});
+    ZipMaker locked;
+    locked.add({.name = "Tool.pkg", .isEncrypted = true});
+    row("encrypted", locked.bytes(), {u"2 archive-encrypted"_s, u"2 archive-nothing"_s});
+    ZipMaker linked;
+    linked.add({.name = "Real.txt"});
+    linked.addLink("Tool.pkg", "Real.txt");
+    row("a link for the item", linked.bytes(), {u"2 archive-link"_s});
+    row("nothing to open", zipOf({"ReadMe.txt", "Uninstall.app/x", ".Tool.pkg"}),
+        {u"2 archive-nothing"_s});
+    row("the other processor's alone", zipOf({"Tool-arm64.pkg"}), {u"2 archive-processor"_s});
+    row("one for each processor", zipOf({"Tool-arm64.pkg", "Tool-x86_64.pkg"}), {});
+    row("two that fit equally well", zipOf({"One.pkg", "Two.pkg"}), {u"2 archive-tie"_s});
+    ZipMaker nested;
+    nested.add({.name = "Tool.app/Contents/Info.plist", .content = plist("1.0")});
+    nested.add({.name = "Tool.app/Contents/Helper.app/x"});
+    row("an application inside the application", nested.bytes(), {});
+    row("a shadow folder", zipOf({"in/Tool.pkg/a", "__MACOSX/Tool.pkg/._a"}),
+        {u"2 archive-shadow"_s});
+    row("the bundle's version", bundleZip(plist("1.0")), {});
+    row("the bundle's version, as the client compares", bundleZip(plist("1.0.7 (77)")), {});
+    row("an older bundle", bundleZip(plist("0.9")), {u"2 bundle-version"_s});
+    row("a newer bundle", bundleZip(plist("1.1")), {u"2 bundle-version"_s});
+    row("a bundle without a version", bundleZip("<plist/>"), {u"2 bundle-version"_s});
+    row("a binary property list, without plutil", bundleZip("bplist00..."), {u"2 bundle-unread"_s});
+}
+
+void TestCheck::looksAtTheArchives()
+{
+    QFETCH(QByteArray, archive);
+    QFETCH(QStringList, findings);
+    write(u"soft/tool.zip"_s, archive);
+    const QByteArray path = qgetenv("PATH");
+    qputenv("PATH", "/usr/bin:/bin"); // a plutil of the machine lies elsewhere, if there is one
+    QStringList result = check(catalogue({entry("A", "1.0", "tool.zip")}),
+                               {u"--files"_s, m_home->path() + "/soft"_L1});
+    qputenv("PATH", path);
+    QCOMPARE(result, findings);
+    note(findings);
+}
+
+void TestCheck::comparesTheItemWithThePreviousRelease_data()
+{
+    QTest::addColumn<QByteArray>("former");
+    QTest::addColumn<QString>("formerFile");
+    QTest::addColumn<QStringList>("findings");
+
+    QTest::newRow("named alike") << zipOf({"Tool 2.pkg"}) << u"tool-1.zip"_s
+                                 << QStringList{u"2 archive-same-item"_s};
+    QTest::newRow("named for its version")
+        << zipOf({"Tool 1.pkg"}) << u"tool-1.zip"_s << QStringList();
+    QTest::newRow("the same archive") << QByteArray() << u"tool-2.zip"_s << QStringList();
+}
+
+void TestCheck::comparesTheItemWithThePreviousRelease()
+{
+    QFETCH(QByteArray, former);
+    QFETCH(QString, formerFile);
+    QFETCH(QStringList, findings);
+    if (!former.isEmpty()) {
+        write("soft/"_L1 + formerFile, former);
+    }
+    write(u"soft/tool-2.zip"_s, zipOf({"Tool 2.pkg"}));
+    const QString old = write(u"old.csv"_s, catalogue({entry("A", "1.0", formerFile.toUtf8())}));
+    QStringList result = check(catalogue({entry("A", "2.0", "tool-2.zip")}),
+                               {u"--files"_s, m_home->path() + "/soft"_L1, u"--published"_s, old});
+    result.removeAll("tool-1.zip file-unnamed"_L1);
+    QCOMPARE(result, findings);
+    note(findings);
+}
+
+void TestCheck::readsEachArchivesDirectoryOnly()
+{
+    if (bytesRead() < 0) {
+        QSKIP("this system does not count what a process reads");
+    }
+    ZipMaker zip;
+    zip.add({.name = "Tool.pkg", .content = QByteArray(20'000'000, 'x')});
+    zip.add({.name = "ReadMe.txt", .content = QByteArray(20'000'000, 'y')});
+    write(u"soft/tool.zip"_s, zip.bytes());
+    const qint64 before = bytesRead();
+    QCOMPARE(check(catalogue({entry("A", "1.0", "tool.zip")}),
+                   {u"--files"_s, m_home->path() + "/soft"_L1}),
+             QStringList());
+    const qint64 read = bytesRead() - before;
+    QVERIFY2(read < 500'000, qPrintable(QString::number(read)));
+}
+
+void TestCheck::everyRuleIsCaughtByATest()
+{
+    if (m_caught.isEmpty()) {
+        QSKIP("the other tests were not run");
+    }
+    QSet<QString> rules;
+    for (const Rule& rule : catalogueRules()) {
+        rules.insert(rule.id);
+    }
+    QSet<QString> missing = rules - m_caught;
+    QVERIFY2(missing.isEmpty(), qUtf8Printable(missing.values().join(u' ')));
+    QCOMPARE(rules.size(), catalogueRules().size());
+}
+
+// The client's own reading
+
+void TestCheck::readsWhatTheClientReads()
+{
+    QRandomGenerator random(7);
+    const QByteArrayList words = {"A",  "B 2",  "\"C\"", " 0 ", "0",    "1",      "00",     "",
+                                  "\"", "\"\"", "v1",    "\r",  "\xff", "\u00e9", "Ignored"};
+    for (int round = 0; round < 500; ++round) {
+        QByteArray text;
+        for (int line = random.bounded(8); line > 0; --line) {
+            for (int field = random.bounded(6); field > 0; --field) {
+                text += words[random.bounded(int(words.size()))] + (random.bounded(9) ? "," : ";");
+            }
+            text += random.bounded(5) ? "0\n" : "\r\n";
+        }
+        text.prepend(random.bounded(4) ? header : QByteArray());
+        WebProfiler client({}, {}, u","_s, {});
+        client.updateData(text);
+        Report report({});
+        const CatalogueText read = readCatalogue(text, u","_s, report);
+        QStringList names;
+        QHash<QString, QString> versions;
+        for (const CatalogueEntry& read_entry : read.entries) {
+            names.append(read_entry.name);
+            versions.insert(read_entry.name, read_entry.version + u'|' + read_entry.fileName);
+        }
+        QCOMPARE(names, client.getAppList());
+        for (const QString& name : std::as_const(names)) {
+            QCOMPARE(versions[name], client.getVersion(name) + u'|' + client.getFilename(name));
+        }
+    }
+}
+
+void TestCheck::bomAndCarriageReturnsAreReadAsTheClientDoes()
+{
+    QCOMPARE(found("\xef\xbb\xbf" + catalogue({entry("A")})), QStringList());
+    QCOMPARE(found(catalogue({entry("A")}).replace('\n', '\r')),
+             (QStringList{u"0 no-entry"_s, u"1 line-ends"_s}));
+    note({u"1 line-ends"_s});
+}
+
+// The command
+
+void TestCheck::tellsFindingsInLines()
+{
+    const QString path =
+        write(u"catalogue.csv"_s, catalogue({entry("A"), entry("B", "v1"), entry("A")}));
+    const CommandRun result = run(runCheck, {u"check"_s, path});
+    QCOMPARE(result.status, 1);
+    QCOMPARE(result.err, QString());
+    QCOMPARE(result.out,
+             path +
+                 ":3: error: 'v1' does not start with a digit. The client takes its first part for "
+                 "0, so that every installed version is newer. Write the number alone, without "
+                 "\"v\" or a word before it. [version-start]\n"_L1 +
+                 path +
+                 ":4: error: 'A' is listed in line 2 already. The client shows two rows, both with "
+                 "the later entry's version and file. Remove one of the two. "
+                 "[name-duplicate]\n"_L1);
+}
+
+void TestCheck::tellsWhoseApplicationAPrefixTakes()
+{
+    const auto problem = [](const QByteArrayList& lines) {
+        Report report(u"catalogue.csv"_s);
+        checkCatalogue(catalogue(lines), u","_s, report);
+        return report.findings().value(0).problem;
+    };
+    QCOMPARE(problem({entry("Synth"), entry("Synth Pro")}),
+             u"'Synth' begins 'Synth Pro', whose application it takes where it has none of its "
+             "own"_s);
+    QCOMPARE(problem({entry("Synth"), entry("Synth Pro"), entry("Synth 2")}),
+             u"'Synth' begins 'Synth 2' and 1 more, whose application it takes unless its own is "
+             "newer"_s);
+}
+
+void TestCheck::tellsFindingsAsJson()
+{
+    const QString path = write(u"catalogue.csv"_s, catalogue({entry("A", "v1")}));
+    const CommandRun result = run(runCheck, {u"check"_s, u"--json"_s, path});
+    const QJsonArray findings = QJsonDocument::fromJson(result.out.toUtf8()).array();
+    QCOMPARE(findings.size(), 1);
+    const QJsonObject expected{
+        {u"file"_s, path},
+        {u"line"_s, 2},
+        {u"severity"_s, u"error"_s},
+        {u"rule"_s, u"version-start"_s},
+        {u"problem"_s, u"'v1' does not start with a digit"_s},
+        {u"effect"_s,
+         u"The client takes its first part for 0, so that every installed version is newer."_s},
+        {u"remedy"_s, u"Write the number alone, without \"v\" or a word before it."_s}};
+    QCOMPARE(findings[0].toObject(), expected);
+
+    write(u"catalogue.csv"_s, catalogue({entry("A")}));
+    QCOMPARE(run(runCheck, {u"check"_s, u"--json"_s, path}).out.simplified(), u"[ ]"_s);
+}
+
+void TestCheck::controlCharactersAreWrittenOut()
+{
+    const QString path = write(u"catalogue.csv"_s, catalogue({entry("A", "\x1b[31m\x7f")}));
+    const QString out = run(runCheck, {u"check"_s, path}).out;
+    QVERIFY2(out.contains("'\\x1b[31m\\x7f'"_L1), qUtf8Printable(out));
+    QVERIFY(!out.contains(u'\x1b'));
+}
+
+void TestCheck::endsByWhatWasFound_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<int>("strictStatus");
+
+    QTest::newRow("nothing") << catalogue({entry("A")}) << 0 << 0;
+    QTest::newRow("a note") << catalogue({entry("\u00c9")}) << 0 << 0;
+    QTest::newRow("a warning") << catalogue({entry("A", "1b")}) << 0 << 1;
+    QTest::newRow("an error") << catalogue({entry("A", "b")}) << 1 << 1;
+    QTest::newRow("an empty file") << QByteArray() << 1 << 1;
+}
+
+void TestCheck::endsByWhatWasFound()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(int, status);
+    QFETCH(int, strictStatus);
+    const QString path = write(u"catalogue.csv"_s, text);
+    QCOMPARE(run(runCheck, {u"check"_s, path}).status, status);
+    QCOMPARE(run(runCheck, {u"check"_s, u"--strict"_s, path}).status, strictStatus);
+}
+
+void TestCheck::explainsEveryRule()
+{
+    const CommandRun result = run(runCheck, {u"check"_s, u"--list-rules"_s});
+    QCOMPARE(result.status, 0);
+    QCOMPARE(result.err, QString());
+    for (const Rule& rule : catalogueRules()) {
+        const QString text = u"%1 (%2)\n    %3\n    %4\n    %5\n"_s.arg(
+            rule.id, severityName(rule.severity), rule.meaning, rule.effect, rule.remedy);
+        QVERIFY2(result.out.contains(text), qUtf8Printable(rule.id));
+        for (const QString& sentence : {rule.meaning, rule.effect, rule.remedy}) {
+            QVERIFY2(sentence.endsWith(u'.'), qUtf8Printable(rule.id));
+        }
+    }
+}
+
+void TestCheck::readsFromAWebServer()
+{
+    HttpServer server;
+    server.reply(u"config/a.csv"_s, {.body = catalogue({entry("A"), entry("A")})});
+    const QString address = server.url(u"config/a.csv"_s);
+    const CommandRun result = run(runCheck, {u"check"_s, address});
+    QCOMPARE(result.status, 1);
+    QVERIFY2(result.out.startsWith(address + ":3: error: 'A' is listed"_L1),
+             qUtf8Printable(result.out));
+    QCOMPARE(server.requests(), QStringList{u"/config/a.csv"_s});
+
+    const CommandRun missing = run(runCheck, {u"check"_s, server.url(u"b.csv"_s)});
+    QCOMPARE(missing.status, 2);
+    QCOMPARE(missing.out, QString());
+    QVERIFY2(missing.err.startsWith("quillmere-catalogue check: cannot read "_L1 +
+                                    server.url(u"b.csv"_s) + ": "_L1),
+             qUtf8Printable(missing.err));
+    QVERIFY2(missing.err.endsWith("(HTTP 404)\n"_L1), qUtf8Printable(missing.err));
+}
+
+void TestCheck::unreadableInputIsTold_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("error");
+
+    const auto row = [](const char* what, const QStringList& arguments, const QString& error) {
+        QTest::newRow(what) << arguments << "quillmere-catalogue check: "_L1 + error + u'\n';
+    };
+    const QString good = u"HOME/good.csv"_s;
+    row("no such file", {u"HOME/none.csv"_s},
+        u"cannot read HOME/none.csv: No such file or directory"_s);
+    row("a folder", {u"HOME"_s}, u"cannot read HOME: is a folder"_s);
+    row("no catalogue", {}, u"an argument is missing (try --help)"_s);
+    row("two catalogues", {good, u"b.csv"_s}, u"unexpected argument 'b.csv' (try --help)"_s);
+    row("unknown option", {good, u"--colour"_s}, u"unknown option 'colour' (try --help)"_s);
+    row("option without its value", {good, u"--files"_s},
+        u"missing value after '--files' (try --help)"_s);
+    row("files that are no folder", {good, u"--files"_s, u"HOME/none"_s},
+        u"HOME/none is no folder"_s);
+    row("no published catalogue", {good, u"--published"_s, u"HOME/none"_s},
+        u"cannot read HOME/none: No such file or directory"_s);
+    row("empty separator", {good, u"--separator"_s, u""_s}, u"the separator is empty"_s);
+}
+
+void TestCheck::unreadableInputIsTold()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, error);
+    write(u"good.csv"_s, catalogue({entry("A")}));
+    arguments.prepend(u"check"_s);
+    const CommandRun result = run(runCheck, arguments.replaceInStrings(u"HOME"_s, m_home->path()));
+    QCOMPARE(result.err, error.replace("HOME"_L1, m_home->path()));
+    QCOMPARE(result.out, QString());
+    QCOMPARE(result.status, 2);
+}
+
+void TestCheck::tellsProgressBesideTheFindings()
+{
+    QByteArrayList lines;
+    for (int i = 0; i < 101; ++i) {
+        const QByteArray number = QByteArray::number(i).rightJustified(3, '0');
+        lines.append(entry("Tool" + number, "1.0", "tool" + number + ".bin"));
+        write(u"soft/tool%1.bin"_s.arg(QString::fromLatin1(number)), "x");
+    }
+    const QString path = write(u"catalogue.csv"_s, catalogue(lines));
+    const CommandRun result =
+        run(runCheck, {u"check"_s, path, u"--files"_s, m_home->path() + "/soft"_L1});
+    QCOMPARE(result.err, u"100 of 101 files read\n"_s);
+    QCOMPARE(result.out, QString());
+    QCOMPARE(result.status, 0);
+}
+
+void TestCheck::leavesWhatItReadsAsItWas()
+{
+    const QByteArray text = catalogue({entry("A", "1.0", "tool.zip")});
+    const QByteArray archive = bundleZip(plist("0.9"));
+    const QString file = write(u"soft/tool.zip"_s, archive);
+    const QString path = write(u"soft/catalogue.csv"_s, text);
+    const QString folder = m_home->path() + "/soft"_L1;
+    const QStringList arguments{u"check"_s, path, u"--files"_s, folder, u"--published"_s, path};
+    QCOMPARE(run(runCheck, arguments).status, 1);
+    QCOMPARE(PrivateHome::read(path), text);
+    QCOMPARE(PrivateHome::read(file), archive);
+    QCOMPARE(QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+             (QStringList{u"catalogue.csv"_s, u"tool.zip"_s}));
+    // The user's own log and settings are not touched.
+    QVERIFY(!QFileInfo::exists(m_home->userFolder()));
+}
+
+QTEST_GUILESS_MAIN(TestCheck)
+#include "tst_check.moc"

@@ -1,0 +1,227 @@
+#include "companion/archive/archive.h"
+
+#include "companion/archive/archiverules.h"
+#include "companion/archive/unzipresult.h"
+#include "companion/command.h"
+#include "companion/report/finding.h"
+
+#include <QCommandLineParser>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTextStream>
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <optional>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// What is told about one archive.
+struct ArchiveReport
+{
+    QString file;
+    QHash<QString, QList<InstallerCandidate>> candidates; ///< by processor, best first
+    QStringList excluded;
+    std::optional<int> unzipCode; ///< of its own test; nothing where unzip is missing
+    bool isUnpacked = false;      ///< whether the client gets as far as to choose
+    QList<Finding> findings;
+};
+
+/// unzip's verdict on the archive's data: the code that it ends with.
+std::optional<int> testByUnzip(const QString& path)
+{
+    QProcess unzip;
+    // Away from the terminal, where unzip would ask for a password.
+    unzip.setChildProcessModifier([] { ::setsid(); });
+    unzip.setStandardOutputFile(QProcess::nullDevice());
+    unzip.setStandardErrorFile(QProcess::nullDevice());
+    unzip.start(u"/usr/bin/unzip"_s, {u"-tqq"_s, QFileInfo(path).absoluteFilePath()});
+    if (!unzip.waitForStarted() || !unzip.waitForFinished(-1) ||
+        unzip.exitStatus() != QProcess::NormalExit) {
+        return std::nullopt;
+    }
+    return unzip.exitCode();
+}
+
+QList<ArchiveTrouble> troublesOf(const ArchiveContent& archive, const QString& previous)
+{
+    QList<ArchiveTrouble> troubles = archiveTroubles(archive);
+    if (!archive.error().isEmpty()) {
+        return troubles;
+    }
+    for (const QString& link : archive.linksThatLeadOut()) {
+        troubles.append({u"archive-link"_s, u"the link %1 leads out"_s.arg(quoted(link))});
+    }
+    if (!previous.isEmpty()) {
+        troubles += repetitionTroubles(archive, ArchiveContent(previous));
+    }
+    return troubles;
+}
+
+ArchiveReport examine(const QString& file, const QString& previous)
+{
+    ArchiveReport report;
+    report.file = file;
+    const ArchiveContent archive(file);
+    QList<ArchiveTrouble> troubles = troublesOf(archive, previous);
+    report.unzipCode = testByUnzip(file);
+    const int code = report.unzipCode.value_or(0);
+    if (code != 0 && archive.failures().isEmpty()) {
+        troubles.append({u"archive-fails"_s,
+                         u"unzip's own test ends with %1: %2"_s.arg(code).arg(unzipMeaning(code))});
+    }
+    report.isUnpacked = archive.error().isEmpty() && archive.failures().isEmpty() && code == 0;
+    for (const QString& processor : processors()) {
+        report.candidates.insert(processor, archive.candidates(processor));
+    }
+    report.excluded = archive.excluded();
+    Report findings(file);
+    for (const ArchiveTrouble& trouble : std::as_const(troubles)) {
+        findings.add(0, trouble.rule, trouble.problem);
+    }
+    report.findings = findings.findings();
+    return report;
+}
+
+QString scoreMeaning(int score)
+{
+    switch (score) {
+    case 2:
+        return u"names only this processor"_s;
+    case 1:
+        return u"names both processors"_s;
+    case 0:
+        return u"names no processor"_s;
+    default:
+        return u"names only the other processor"_s;
+    }
+}
+
+/// Why the first of @p candidates comes before the second.
+QString tieMeaning(const QList<InstallerCandidate>& candidates)
+{
+    if (candidates.size() < 2 || candidates[0].score != candidates[1].score) {
+        return {};
+    }
+    const QString& best = candidates[0].path;
+    const QString& next = candidates[1].path;
+    if (best.count(u'/') != next.count(u'/')) {
+        return u"; it lies less deep than %1"_s.arg(quoted(next));
+    }
+    return next.startsWith("__MACOSX/"_L1) ? u"; %1 is a shadow folder's"_s.arg(quoted(next))
+                                           : u"; by name it is before %1"_s.arg(quoted(next));
+}
+
+void writeChoice(const ArchiveReport& report, const QString& processor, QTextStream& out)
+{
+    const QList<InstallerCandidate> candidates = report.candidates.value(processor);
+    out << "  " << processor << ": ";
+    if (!report.isUnpacked) {
+        out << "opens nothing, as unzip would fail\n";
+    } else if (candidates.isEmpty()) {
+        out << "opens nothing\n";
+    } else {
+        out << "opens " << quoted(candidates[0].path) << ", which "
+            << scoreMeaning(candidates[0].score) << tieMeaning(candidates) << '\n';
+    }
+    for (const InstallerCandidate& candidate : candidates) {
+        out << "    [score " << candidate.score << "] " << quoted(candidate.path) << '\n';
+    }
+}
+
+void writeReport(const ArchiveReport& report, QTextStream& out)
+{
+    out << report.file << '\n';
+    for (const QString& processor : processors()) {
+        writeChoice(report, processor, out);
+    }
+    for (const QString& path : report.excluded) {
+        out << "  left out: " << quoted(path) << ", as its name holds \"Uninstall\"\n";
+    }
+    if (report.unzipCode) {
+        out << "  unzip -t: ends with " << *report.unzipCode << ", "
+            << unzipMeaning(*report.unzipCode) << '\n';
+    } else {
+        out << "  unzip -t: not run, as /usr/bin/unzip is missing\n";
+    }
+    writeFindings(report.findings, out);
+}
+
+QJsonObject toJson(const ArchiveReport& report)
+{
+    QJsonObject opens;
+    QJsonObject candidates;
+    for (const QString& processor : processors()) {
+        QJsonArray items;
+        for (const InstallerCandidate& candidate : report.candidates.value(processor)) {
+            items.append(QJsonObject{{u"path"_s, candidate.path}, {u"score"_s, candidate.score}});
+        }
+        candidates.insert(processor, items);
+        opens.insert(processor, report.isUnpacked && !items.isEmpty()
+                                    ? items.first().toObject().value(u"path"_s)
+                                    : QJsonValue());
+    }
+    return {{u"file"_s, report.file},
+            {u"opens"_s, opens},
+            {u"candidates"_s, candidates},
+            {u"excluded"_s, QJsonArray::fromStringList(report.excluded)},
+            {u"unzip"_s, report.unzipCode ? QJsonValue(*report.unzipCode) : QJsonValue()},
+            {u"findings"_s, toJson(report.findings)}};
+}
+
+void write(const QList<ArchiveReport>& reports, bool asJson, QTextStream& out)
+{
+    if (asJson) {
+        QJsonArray array;
+        for (const ArchiveReport& report : reports) {
+            array.append(toJson(report));
+        }
+        out << QJsonDocument(array).toJson();
+        return;
+    }
+    for (const ArchiveReport& report : reports) {
+        writeReport(report, out);
+    }
+}
+
+} // namespace
+
+int runArchive(const QStringList& arguments, QTextStream& out, QTextStream& err)
+{
+    const QCommandLineOption previous(u"previous"_s, u"Compare with <FILE>, the release before."_s,
+                                      u"FILE"_s);
+    const QCommandLineOption strict(u"strict"_s, u"Let warnings count: end with 1 for them too."_s);
+    const QCommandLineOption json(u"json"_s, u"Write JSON."_s);
+    QCommandLineParser parser;
+    parser.setApplicationDescription(u"Tells which item of an archive the client opens on each "
+                                     "processor, and what would keep it from that."_s);
+    parser.addPositionalArgument(u"FILE.zip..."_s, u"Archives."_s);
+    parser.addOptions({previous, strict, json});
+    if (const auto status = readArguments(parser, arguments, 1, 1'000'000, out, err)) {
+        return *status;
+    }
+    QStringList files = parser.positionalArguments();
+    for (const QString& file : files + parser.values(previous)) {
+        if (!QFileInfo(file).isFile() || !QFileInfo(file).isReadable()) {
+            return failCommand(u"archive"_s, u"cannot read %1"_s.arg(file), err);
+        }
+    }
+
+    QList<ArchiveReport> reports;
+    bool hasFailed = false;
+    for (const QString& file : std::as_const(files)) {
+        if (files.size() > 1) {
+            err << "reading " << file << Qt::endl;
+        }
+        reports.append(examine(file, parser.value(previous)));
+        hasFailed = isFailure(reports.constLast().findings, parser.isSet(strict)) || hasFailed;
+    }
+    write(reports, parser.isSet(json), out);
+    return hasFailed ? SomethingFound : NothingFound;
+}

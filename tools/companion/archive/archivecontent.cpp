@@ -1,0 +1,249 @@
+#include "companion/archive/archivecontent.h"
+
+#include "companion/report/finding.h"
+#include "install/downloadtarget.h"
+
+#include <QFile>
+#include <QStringDecoder>
+
+#include <zip.h>
+
+#include <algorithm>
+#include <array>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr zip_uint64_t largestText = 4'194'304; // bytes; of a link or a property list
+
+constexpr int mostLinks = 40; // that a path may lead over
+
+// Any folder does: candidates are ordered by where they lie below it.
+const QString root = u"/archive"_s;
+
+/// What unzip can unpack, as its own list of methods and Debian's build have it.
+bool isMethodKnown(zip_uint16_t method)
+{
+    static constexpr std::array<zip_uint16_t, 6> known = {ZIP_CM_STORE,     ZIP_CM_SHRINK,
+                                                          ZIP_CM_IMPLODE,   ZIP_CM_DEFLATE,
+                                                          ZIP_CM_DEFLATE64, ZIP_CM_BZIP2};
+    return std::find(known.cbegin(), known.cend(), method) != known.cend();
+}
+
+bool isLinkMode(zip_uint8_t system, zip_uint32_t attributes)
+{
+    const bool hasLinks =
+        system == ZIP_OPSYS_UNIX || system == ZIP_OPSYS_ATARI_ST || system == ZIP_OPSYS_BEOS;
+    return hasLinks && (attributes >> 16 & 0170000U) == 0120000U;
+}
+
+bool isHidden(const QString& path)
+{
+    return path.startsWith(u'.') || path.contains("/."_L1);
+}
+
+QString lastStep(const QString& path)
+{
+    return path.sliced(path.lastIndexOf(u'/') + 1);
+}
+
+} // namespace
+
+void ArchiveContent::Closer::operator()(zip* archive) const
+{
+    zip_discard(archive); // closes it without a change
+}
+
+ArchiveContent::ArchiveContent(const QString& path)
+{
+    int code = 0;
+    m_zip.reset(zip_open(QFile::encodeName(path).constData(), ZIP_RDONLY, &code));
+    if (m_zip) {
+        readDirectory();
+        return;
+    }
+    zip_error_t error;
+    zip_error_init_with_code(&error, code);
+    m_error = QString::fromUtf8(zip_error_strerror(&error));
+    zip_error_fini(&error);
+}
+
+ArchiveContent::~ArchiveContent() = default;
+
+void ArchiveContent::readDirectory()
+{
+    const zip_int64_t count = zip_get_num_entries(m_zip.get(), 0);
+    if (count == 0) {
+        m_failures.append({u"archive-fails"_s, u"the archive is empty"_s});
+    }
+    for (zip_int64_t item = 0; item < count; ++item) {
+        addItem(static_cast<quint64>(item));
+    }
+}
+
+QString ArchiveContent::itemName(quint64 item) const
+{
+    // The bytes as they stand are what unzip makes a file's name of, unless they are no UTF-8.
+    const char* raw = zip_get_name(m_zip.get(), item, ZIP_FL_ENC_RAW);
+    QStringDecoder decoder(QStringDecoder::Utf8);
+    const QString name = decoder(QByteArrayView(raw ? raw : ""));
+    return decoder.hasError() ? QString::fromUtf8(zip_get_name(m_zip.get(), item, ZIP_FL_ENC_GUESS))
+                              : name;
+}
+
+void ArchiveContent::addItem(quint64 item)
+{
+    zip_stat_t about;
+    zip_stat_init(&about);
+    zip_stat_index(m_zip.get(), item, 0, &about);
+    zip_uint8_t system = ZIP_OPSYS_DOS;
+    zip_uint32_t attributes = 0;
+    zip_file_get_external_attributes(m_zip.get(), item, 0, &system, &attributes);
+
+    QString name = itemName(item);
+    const QString shown = quoted(name);
+    if ((about.valid & ZIP_STAT_ENCRYPTION_METHOD) && about.encryption_method != ZIP_EM_NONE) {
+        m_failures.append({u"archive-encrypted"_s, u"%1 is encrypted"_s.arg(shown)});
+        return;
+    }
+    if ((about.valid & ZIP_STAT_COMP_METHOD) && !isMethodKnown(about.comp_method)) {
+        m_failures.append({u"archive-fails"_s,
+                           u"%1 is compressed by method %2, which unzip lacks"_s.arg(shown).arg(
+                               about.comp_method)});
+        return;
+    }
+    if (system == ZIP_OPSYS_DOS && name.contains(u'\\') && !name.contains(u'/')) {
+        m_failures.append({u"archive-name"_s, u"%1 has backslashes"_s.arg(shown)});
+        name.replace(u'\\', u'/');
+    }
+    const bool isLink = isLinkMode(system, attributes) && about.size > 0;
+    switch (m_tree.add(name, isLink ? UnpackedTree::Link : UnpackedTree::File, item)) {
+    case UnpackedTree::Unpacked:
+        break;
+    case UnpackedTree::Renamed:
+        m_failures.append({u"archive-name"_s, u"%1 leads out of its folder"_s.arg(shown)});
+        break;
+    case UnpackedTree::NotCreated:
+        m_failures.append({u"archive-fails"_s, u"%1 cannot be created"_s.arg(shown)});
+        break;
+    }
+}
+
+QByteArray ArchiveContent::itemContent(quint64 item) const
+{
+    zip_stat_t about;
+    zip_stat_init(&about);
+    if (zip_stat_index(m_zip.get(), item, 0, &about) != 0 || about.size > largestText) {
+        return {};
+    }
+    zip_file_t* file = zip_fopen_index(m_zip.get(), item, 0);
+    if (!file) {
+        return {};
+    }
+    QByteArray bytes(static_cast<qsizetype>(about.size), Qt::Uninitialized);
+    const zip_int64_t length = zip_fread(file, bytes.data(), about.size);
+    zip_fclose(file);
+    bytes.truncate(std::max<zip_int64_t>(length, 0));
+    return bytes;
+}
+
+QByteArray ArchiveContent::content(const QString& path) const
+{
+    const auto node = m_tree.nodes().constFind(path);
+    const bool isFile = node != m_tree.nodes().cend() && node->kind == UnpackedTree::File;
+    return isFile ? itemContent(node->item) : QByteArray();
+}
+
+bool ArchiveContent::isLink(const QString& path) const
+{
+    return m_tree.nodes().value(path).kind == UnpackedTree::Link;
+}
+
+bool ArchiveContent::leadsOut(const QString& path, const UnpackedTree::Node& link) const
+{
+    const QString target = QFile::decodeName(itemContent(link.item));
+    const QString folder = path.first(path.lastIndexOf(u'/') + 1);
+    return target.startsWith(u'/') || !staysInFolder(folder + target);
+}
+
+QStringList ArchiveContent::linksThatLeadOut() const
+{
+    QStringList links;
+    const auto& nodes = m_tree.nodes();
+    for (auto node = nodes.cbegin(); node != nodes.cend(); ++node) {
+        if (node->kind == UnpackedTree::Link && leadsOut(node.key(), *node)) {
+            links.append(node.key());
+        }
+    }
+    return links;
+}
+
+bool ArchiveContent::isThere(const QString& path) const
+{
+    QStringList steps = path.split(u'/');
+    QStringList done;
+    for (int links = 0; !steps.isEmpty();) {
+        const QString step = steps.takeFirst();
+        if (step.isEmpty() || step == "."_L1) {
+            continue;
+        }
+        if (step == ".."_L1) {
+            if (done.isEmpty()) {
+                return false; // what lies outside is not known
+            }
+            done.removeLast();
+            continue;
+        }
+        done.append(step);
+        const auto node = m_tree.nodes().constFind(done.join(u'/'));
+        if (node == m_tree.nodes().cend() ||
+            (node->kind == UnpackedTree::File && !steps.isEmpty())) {
+            return false;
+        }
+        if (node->kind == UnpackedTree::Link) {
+            const QString target = QFile::decodeName(itemContent(node->item));
+            if (target.startsWith(u'/') || ++links > mostLinks) {
+                return false;
+            }
+            done.removeLast();
+            steps = target.split(u'/') + steps;
+        }
+    }
+    return true;
+}
+
+bool ArchiveContent::isListed(const QString& path, const UnpackedTree::Node& node) const
+{
+    return !isHidden(path) && (node.kind != UnpackedTree::Link || isThere(path));
+}
+
+QList<InstallerCandidate> ArchiveContent::candidates(const QString& architecture) const
+{
+    QList<InstallerCandidate> candidates;
+    const auto& nodes = m_tree.nodes();
+    for (auto node = nodes.cbegin(); node != nodes.cend(); ++node) {
+        const QString name = lastStep(node.key());
+        if (hasInstallerEnding(name) && !isExcludedInstaller(name) && isListed(node.key(), *node)) {
+            candidates.append({root + u'/' + node.key(), name, installerScore(name, architecture)});
+        }
+    }
+    sortInstallers(candidates, root);
+    for (InstallerCandidate& candidate : candidates) {
+        candidate.path.remove(0, root.size() + 1);
+    }
+    return candidates;
+}
+
+QStringList ArchiveContent::excluded() const
+{
+    QStringList paths;
+    const auto& nodes = m_tree.nodes();
+    for (auto node = nodes.cbegin(); node != nodes.cend(); ++node) {
+        const QString name = lastStep(node.key());
+        if (hasInstallerEnding(name) && isExcludedInstaller(name) && isListed(node.key(), *node)) {
+            paths.append(node.key());
+        }
+    }
+    return paths;
+}

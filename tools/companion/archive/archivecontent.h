@@ -1,0 +1,65 @@
+#pragma once
+
+#include "companion/archive/unpackedtree.h"
+#include "install/installerchoice.h"
+
+#include <memory>
+
+struct zip;
+
+/// Something about an archive that harms those who download it.
+struct ArchiveTrouble
+{
+    QString rule; ///< its identifier
+    QString problem;
+
+    bool operator==(const ArchiveTrouble&) const = default;
+};
+
+/// A .zip archive as the client unpacks it and looks for what to open. Reads the archive's
+/// directory, and nothing else unless it is asked for.
+class ArchiveContent
+{
+public:
+    /// Reads the directory of the archive at @p path.
+    explicit ArchiveContent(const QString& path);
+    ~ArchiveContent();
+    Q_DISABLE_COPY_MOVE(ArchiveContent)
+
+    /// Why the directory cannot be read; empty when it can.
+    [[nodiscard]] QString error() const { return m_error; }
+    /// What keeps unzip from ending with 0, as far as the directory shows it.
+    [[nodiscard]] const QList<ArchiveTrouble>& failures() const { return m_failures; }
+    /// What the client would choose from on a machine of that processor, best first; the paths are
+    /// relative.
+    [[nodiscard]] QList<InstallerCandidate> candidates(const QString& architecture) const;
+    /// Items that would be candidates but for their names, as paths.
+    [[nodiscard]] QStringList excluded() const;
+    /// Whether a link stands at @p path.
+    [[nodiscard]] bool isLink(const QString& path) const;
+    /// Links that lead out of the folder that the archive is unpacked into. Reads each link.
+    [[nodiscard]] QStringList linksThatLeadOut() const;
+    /// The bytes of the file at @p path; empty when there is none.
+    [[nodiscard]] QByteArray content(const QString& path) const;
+
+private:
+    void readDirectory();
+    void addItem(quint64 item);
+    [[nodiscard]] QString itemName(quint64 item) const;
+    [[nodiscard]] QByteArray itemContent(quint64 item) const;
+    /// Whether the text of the link at @p path leads out of the folder.
+    [[nodiscard]] bool leadsOut(const QString& path, const UnpackedTree::Node& link) const;
+    /// Whether @p path leads, over links as well, to something below the folder.
+    [[nodiscard]] bool isThere(const QString& path) const;
+    /// Whether the client's walk lists what lies at @p path: not hidden, and no link to nothing.
+    [[nodiscard]] bool isListed(const QString& path, const UnpackedTree::Node& node) const;
+
+    struct Closer
+    {
+        void operator()(zip* archive) const;
+    };
+    std::unique_ptr<zip, Closer> m_zip;
+    QString m_error;
+    UnpackedTree m_tree;
+    QList<ArchiveTrouble> m_failures;
+};

@@ -1,0 +1,170 @@
+#include "companion/catalogue/filerules.h"
+
+#include "companion/archive/archiverules.h"
+#include "companion/catalogue/filetype.h"
+#include "install/downloadtarget.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QSet>
+#include <QTextStream>
+
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr qsizetype longestName = 255; // bytes
+constexpr qsizetype filesAtOnce = 100; // between two words of progress
+
+bool changesAddress(QChar c)
+{
+    return c == u'#' || c == u'?' || c == u'%';
+}
+
+/// Whether @p name can be asked for and saved; reports it when not.
+bool checkFileName(const CatalogueEntry& entry, Report& report)
+{
+    const QString& name = entry.fileName;
+    if (name.isEmpty()) {
+        report.add(entry.line, u"file-none"_s, u"%1 names no file"_s.arg(quoted(entry.name)));
+        return false;
+    }
+    bool isFit = true;
+    if (std::any_of(name.cbegin(), name.cend(), changesAddress)) {
+        report.add(entry.line, u"file-address"_s, u"%1 means another address"_s.arg(quoted(name)));
+        isFit = false;
+    }
+    if (name.contains(u'/') || name == "."_L1 || !staysInFolder(name)) {
+        report.add(entry.line, u"file-folder"_s,
+                   u"%1 is not the name of a file alone"_s.arg(quoted(name)));
+        isFit = false;
+    }
+    // Three bytes a character at most, so that most names need no conversion.
+    if (name.size() * 3 > longestName && name.toUtf8().size() > longestName) {
+        report.add(entry.line, u"file-long"_s,
+                   u"the file name has %1 bytes"_s.arg(name.toUtf8().size()));
+        isFit = false;
+    }
+    return isFit;
+}
+
+/// The files of one folder, and what is wrong with them.
+class FileCheck
+{
+public:
+    FileCheck(const QString& folder, const QList<CatalogueEntry>& published, Report& report)
+        : m_folder(folder)
+        , m_report(report)
+    {
+        const QStringList names = m_folder.entryList(QDir::Files);
+        m_names = QSet<QString>(names.cbegin(), names.cend());
+        for (const QString& name : names) {
+            m_spellings.insert(name.toCaseFolded(), name);
+        }
+        for (const CatalogueEntry& entry : published) {
+            m_formerFiles.insert(entry.name, entry.fileName);
+        }
+    }
+
+    void check(const CatalogueEntry& entry)
+    {
+        if (!exists(entry)) {
+            return;
+        }
+        const QString path = m_folder.filePath(entry.fileName);
+        const QFileInfo file(path);
+        if (file.size() == 0) {
+            m_report.add(entry.line, u"file-empty"_s, u"%1 is empty"_s.arg(shown(entry)));
+        } else if (!file.isReadable()) {
+            m_report.add(entry.line, u"file-missing"_s, u"%1 cannot be read"_s.arg(shown(entry)));
+        } else if (const QString wrong = wrongFileType(path, entry.fileName); !wrong.isEmpty()) {
+            m_report.add(entry.line, u"file-type"_s, shown(entry) + u' ' + wrong);
+        } else if (isArchive(entry.fileName)) {
+            checkArchive(entry, path);
+        }
+    }
+
+    void reportUnnamed(const QStringList& alsoNamed)
+    {
+        QSet<QString> unnamed = m_names - m_named;
+        unnamed -= QSet<QString>(alsoNamed.cbegin(), alsoNamed.cend());
+        QStringList names = unnamed.values();
+        names.sort();
+        for (const QString& name : names) {
+            m_report.addElsewhere(m_folder.filePath(name), u"file-unnamed"_s,
+                                  u"no entry names the file"_s);
+        }
+    }
+
+private:
+    static QString shown(const CatalogueEntry& entry) { return quoted(entry.fileName); }
+
+    bool exists(const CatalogueEntry& entry)
+    {
+        m_named.insert(entry.fileName);
+        if (m_names.contains(entry.fileName)) {
+            return true;
+        }
+        const auto other = m_spellings.constFind(entry.fileName.toCaseFolded());
+        if (other != m_spellings.cend()) {
+            m_named.insert(*other);
+            m_report.add(entry.line, u"file-case"_s,
+                         u"%1 is named %2"_s.arg(shown(entry), quoted(*other)));
+        } else {
+            m_report.add(entry.line, u"file-missing"_s, u"%1 is not there"_s.arg(shown(entry)));
+        }
+        return false;
+    }
+
+    void checkArchive(const CatalogueEntry& entry, const QString& path)
+    {
+        const ArchiveContent archive(path);
+        QList<ArchiveTrouble> troubles = archiveTroubles(archive);
+        if (archive.error().isEmpty()) {
+            troubles += bundleTroubles(archive, entry.version);
+            const QString former = m_formerFiles.value(entry.name);
+            if (former != entry.fileName && isArchive(former) && m_names.contains(former)) {
+                troubles += repetitionTroubles(archive, ArchiveContent(m_folder.filePath(former)));
+            }
+        }
+        for (const ArchiveTrouble& trouble : std::as_const(troubles)) {
+            m_report.add(entry.line, trouble.rule, shown(entry) + ": "_L1 + trouble.problem);
+        }
+    }
+
+    QDir m_folder;
+    QSet<QString> m_names;
+    QHash<QString, QString> m_spellings;   ///< by their folded letters
+    QHash<QString, QString> m_formerFiles; ///< by the names of published entries
+    QSet<QString> m_named;
+    Report& m_report;
+};
+
+} // namespace
+
+void checkFileNames(const QList<CatalogueEntry>& entries, Report& report)
+{
+    for (const CatalogueEntry& entry : entries) {
+        checkFileName(entry, report);
+    }
+}
+
+void checkFiles(const CatalogueText& text, const QString& folder,
+                const QList<CatalogueEntry>& published, Report& report, QTextStream& progress)
+{
+    FileCheck check(folder, published, report);
+    qsizetype count = 0;
+    for (const CatalogueEntry& entry : text.entries) {
+        // A name that is unfit has been reported; its file is not looked for.
+        if (entry.fileName.isEmpty() || entry.fileName.contains(u'/')) {
+            continue;
+        }
+        check.check(entry);
+        if (++count % filesAtOnce == 0) {
+            progress << count << " of " << text.entries.size() << " files read" << Qt::endl;
+        }
+    }
+    check.reportUnnamed(text.hiddenFiles);
+}

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "companion/log/clientlog.h"
+
+#include <optional>
+
+class TroubleList;
+
+/// What goes wrong when the client loads the catalogue.
+class CatalogueTroubles
+{
+public:
+    /// Troubles go to @p list, which must live longer.
+    explicit CatalogueTroubles(TroubleList& list) : m_list(list) {}
+
+    /// False when the entry tells nothing of a load.
+    [[nodiscard]] bool read(const LogEntry& entry);
+    /// The log has ended, or another load begins.
+    void finish();
+
+private:
+    /// Looks for what a loaded catalogue leads to.
+    void watch(const LogEntry& entry);
+
+    /// What is known of the last load of the catalogue.
+    struct Load
+    {
+        LogEntry begin;
+        bool wasRetried = false;
+        bool hasFailed = false; ///< in the last attempt, with an error logged
+        bool hasEnded = false;
+        bool mustShowRows = false; ///< a scan's result has been there since
+        bool hasRows = false;
+    };
+
+    TroubleList& m_list;
+    std::optional<Load> m_load;
+    bool m_isScanned = false;
+};

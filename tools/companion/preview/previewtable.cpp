@@ -1,0 +1,143 @@
+#include "companion/preview/previewtable.h"
+
+#include "profiler/applicationmatch.h"
+#include "profiler/rowverdict.h"
+#include "profiler/versionorder.h"
+#include "system/nameprefix.h"
+#include "web/webprofiler.h"
+
+#include <QHash>
+#include <QMap>
+#include <QSet>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// The candidates between which a version decides that the inventory does not tell; none when the
+/// match is known.
+QStringList undecided(const QString& name, const QStringList& candidates,
+                      const Inventory& inventory)
+{
+    QStringList contenders;
+    bool isVersionMissing = false;
+    for (const QString& candidate : candidates) {
+        if (isVersionOf(name, candidate)) {
+            contenders.append(candidate);
+            isVersionMissing = isVersionMissing || !inventory.version(candidate);
+        }
+    }
+    return contenders.size() > 1 && isVersionMissing ? contenders : QStringList();
+}
+
+PreviewRow previewRow(const QString& name, const QString& catalogueVersion,
+                      const Inventory& inventory)
+{
+    PreviewRow row{name, catalogueVersion, {}, QString(), {}};
+    const QStringList candidates = namesWithPrefix(inventory.names, name);
+    if (candidates.isEmpty()) {
+        row.verdict = rowVerdict(false, 0);
+        return row;
+    }
+    row.matches = undecided(name, candidates, inventory);
+    if (!row.matches.isEmpty()) {
+        row.installedVersion.reset();
+        return row;
+    }
+    const ApplicationMatch match =
+        matchApplication(name, candidates, [&inventory](const QString& candidate) {
+            return inventory.version(candidate).value_or(QString());
+        });
+    row.matches = {match.name};
+    row.installedVersion = inventory.version(match.name);
+    if (row.installedVersion) {
+        row.verdict = rowVerdict(true, compareVersions(*row.installedVersion, catalogueVersion));
+    }
+    return row;
+}
+
+QHash<QString, PreviewRow> byName(const QList<PreviewRow>& rows)
+{
+    QHash<QString, PreviewRow> found;
+    for (const PreviewRow& row : rows) {
+        found.insert(row.name, row);
+    }
+    return found;
+}
+
+QList<RowChange> rowChanges(const QList<PreviewRow>& before, const QList<PreviewRow>& after)
+{
+    QList<RowChange> changes;
+    QHash<QString, PreviewRow> gone = byName(before);
+    QSet<QString> seen; // a name listed twice has two equal rows
+    for (const PreviewRow& row : after) {
+        if (seen.contains(row.name)) {
+            continue;
+        }
+        seen.insert(row.name);
+        if (!gone.contains(row.name)) {
+            changes.append({std::nullopt, row});
+        } else if (const PreviewRow former = gone.take(row.name); former.verdict != row.verdict) {
+            changes.append({former, row});
+        }
+    }
+    for (const PreviewRow& row : before) {
+        if (gone.remove(row.name)) {
+            changes.append({row, std::nullopt});
+        }
+    }
+    return changes;
+}
+
+QMap<QString, QStringList> rowsByMatch(const QList<PreviewRow>& rows)
+{
+    QMap<QString, QStringList> found;
+    for (const PreviewRow& row : rows) {
+        for (const QString& match : row.matches) {
+            if (!found[match].contains(row.name)) {
+                found[match].append(row.name);
+            }
+        }
+    }
+    return found;
+}
+
+QList<MatchChange> matchChanges(const QMap<QString, QStringList>& before,
+                                const QMap<QString, QStringList>& after)
+{
+    QMap<QString, MatchChange> changes;
+    for (auto entry = before.cbegin(); entry != before.cend(); ++entry) {
+        changes[entry.key()].before = entry.value();
+    }
+    for (auto entry = after.cbegin(); entry != after.cend(); ++entry) {
+        changes[entry.key()].after = entry.value();
+    }
+    QList<MatchChange> changed;
+    for (auto entry = changes.begin(); entry != changes.end(); ++entry) {
+        entry->application = entry.key();
+        if (QSet<QString>(entry->before.cbegin(), entry->before.cend()) !=
+            QSet<QString>(entry->after.cbegin(), entry->after.cend())) {
+            changed.append(*entry);
+        }
+    }
+    return changed;
+}
+
+} // namespace
+
+QList<PreviewRow> previewRows(const QByteArray& catalogue, const QString& separator,
+                              const Inventory& inventory)
+{
+    WebProfiler client({}, {}, separator, {});
+    client.updateData(catalogue);
+    QList<PreviewRow> rows;
+    for (const QString& name : client.getAppList()) {
+        rows.append(previewRow(name, client.getVersion(name), inventory));
+    }
+    return rows;
+}
+
+PreviewDifference previewDifference(const QList<PreviewRow>& before, const QList<PreviewRow>& after)
+{
+    return {rowChanges(before, after), matchChanges(rowsByMatch(before), rowsByMatch(after))};
+}
