@@ -24,12 +24,12 @@ const QStringList& installerPatterns()
     return patterns;
 }
 
-/// Orders candidates: the lesser tuple is the better candidate.
-auto rank(const InstallerCandidate& candidate, const QDir& folder)
+/// What decides between items of equal score, by their paths below the archive's folder: the lesser
+/// tuple is the better item's.
+auto tieRank(const QString& path)
 {
-    const QString path = folder.relativeFilePath(candidate.path);
-    const bool isShadow = path.startsWith("__MACOSX/"_L1);
-    return std::tuple(-candidate.score, path.count(u'/'), isShadow, candidate.name, path);
+    const QString name = path.sliced(path.lastIndexOf(u'/') + 1);
+    return std::tuple(path.count(u'/'), isShadowItem(path), name, path);
 }
 
 } // namespace
@@ -43,9 +43,28 @@ int installerScore(const QString& name, const QString& architecture)
     return containsAnyOf(name, isArm ? intel : arm) ? fits - 1 : fits;
 }
 
+QString scoreMeaning(int score)
+{
+    switch (score) {
+    case 2:
+        return u"names only this processor"_s;
+    case 1:
+        return u"names both processors"_s;
+    case 0:
+        return u"names no processor"_s;
+    default:
+        return u"names only the other processor"_s;
+    }
+}
+
 bool isExcludedInstaller(const QString& name)
 {
     return name.contains("Uninstall"_L1, Qt::CaseInsensitive);
+}
+
+bool isShadowItem(const QString& path)
+{
+    return path.startsWith("__MACOSX/"_L1);
 }
 
 bool hasInstallerEnding(const QString& name)
@@ -56,12 +75,26 @@ bool hasInstallerEnding(const QString& name)
     });
 }
 
+QString tieReason(const QString& better, const QString& worse)
+{
+    const auto rankOfBetter = tieRank(better);
+    const auto rankOfWorse = tieRank(worse);
+    if (std::get<0>(rankOfBetter) != std::get<0>(rankOfWorse)) {
+        return u"it lies less deep than %1"_s;
+    }
+    return std::get<1>(rankOfBetter) != std::get<1>(rankOfWorse) ? u"%1 is a shadow folder's"_s
+                                                                 : u"by name it is before %1"_s;
+}
+
 void sortInstallers(QList<InstallerCandidate>& candidates, const QString& folder)
 {
     const QDir root(folder);
+    const auto rank = [&root](const InstallerCandidate& candidate) {
+        return std::pair(-candidate.score, tieRank(root.relativeFilePath(candidate.path)));
+    };
     std::sort(candidates.begin(), candidates.end(),
-              [&root](const InstallerCandidate& a, const InstallerCandidate& b) {
-                  return rank(a, root) < rank(b, root);
+              [&rank](const InstallerCandidate& a, const InstallerCandidate& b) {
+                  return rank(a) < rank(b);
               });
 }
 

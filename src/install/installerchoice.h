@@ -15,17 +15,28 @@ struct InstallerCandidate
 /// 2 names only this processor, 1 both, 0 neither, -1 only the other.
 [[nodiscard]] int installerScore(const QString& name, const QString& architecture);
 
+/// What installerScore() says by @p score, as a clause: "names both processors".
+[[nodiscard]] QString scoreMeaning(int score);
+
 /// Whether an item named @p name is never opened: an uninstaller.
 [[nodiscard]] bool isExcludedInstaller(const QString& name);
+
+/// Whether an item at @p path below its archive's folder lies in the "__MACOSX" folder that the
+/// Finder puts there.
+[[nodiscard]] bool isShadowItem(const QString& path);
 
 /// Whether a name ends as an application's, a package's or a disk image's, in whatever letter case.
 [[nodiscard]] bool hasInstallerEnding(const QString& name);
 
 /// Orders @p candidates, which lie below @p folder, best first.
 ///
-/// Of equal scores the item that lies least deep comes first, then one outside the "__MACOSX"
-/// folder that the Finder puts into its archives, then the first by name.
+/// Of equal scores the item that lies least deep comes first, then one that is no shadow item,
+/// then the first by name.
 void sortInstallers(QList<InstallerCandidate>& candidates, const QString& folder);
+
+/// Why, of two items of equal score, the one at @p better comes before the one at @p worse, in
+/// words in which "%1" stands for the latter. Both paths are those below the archive's folder.
+[[nodiscard]] QString tieReason(const QString& better, const QString& worse);
 
 /// The applications, packages and disk images below @p folder that may be opened, best first. Links
 /// are not followed, hidden items not listed; items inside a bundle count too.

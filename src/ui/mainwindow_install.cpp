@@ -3,6 +3,7 @@
 #include "app/buildinfo.h"
 #include "app/debug.h"
 #include "install/installerchoice.h"
+#include "install/unpacking.h"
 #include "system/system.h"
 #include "ui/waitdialog.h"
 
@@ -13,8 +14,6 @@
 #include <QMessageBox>
 #include <QProcess>
 #include <QUrl>
-
-#include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -96,12 +95,7 @@ void MainWindow::startExtraction(const QString& archivePath, const QString& down
             process->deleteLater();
         }
     });
-    // Away from the terminal that the program may have been started from: there unzip would wait
-    // for an encrypted archive's password.
-    process->setChildProcessModifier([] { ::setsid(); });
-    process->start(u"/usr/bin/unzip"_s, {u"-o"_s, archivePath, u"-d"_s, workFolder});
-    // On a full disk unzip asks whether to go on, and nobody would answer.
-    process->closeWriteChannel();
+    startUnzip(*process, {u"-o"_s, archivePath, u"-d"_s, workFolder});
 }
 
 void MainWindow::finishExtraction(const QString& archivePath, const QString& workFolder,

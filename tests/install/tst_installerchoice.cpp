@@ -47,6 +47,9 @@ private Q_SLOTS:
 
     void ordersTheBestFirst_data();
     void ordersTheBestFirst();
+    void tellsWhatATieIsDecidedBy_data();
+    void tellsWhatATieIsDecidedBy();
+    void tellsWhatAScoreMeans();
     void orderOfCreationDoesNotMatter();
     void workFolderOfAnyNameIsOrderedAlike();
     void ordersThousandsOfItemsInTime();
@@ -332,6 +335,50 @@ void TestInstallerChoice::ordersTheBestFirst()
     QFETCH(QStringList, ranked);
     create(ranked);
     QCOMPARE(ranking(arm), ranked.join(u'\n').replace("/\n"_L1, "\n"_L1).split(u'\n'));
+}
+
+void TestInstallerChoice::tellsWhatATieIsDecidedBy_data()
+{
+    QTest::addColumn<QString>("better");
+    QTest::addColumn<QString>("worse");
+    QTest::addColumn<QString>("reason");
+
+    const auto row = [](const char* what, const QString& better, const QString& worse,
+                        const QString& reason) {
+        QTest::newRow(what) << better << worse << reason;
+    };
+    const QString depth = u"it lies less deep than %1"_s;
+    const QString shadow = u"%1 is a shadow folder's"_s;
+    const QString name = u"by name it is before %1"_s;
+    row("depth", u"Z.app"_s, u"a/A.app"_s, depth);
+    row("depth before the Finder's folder", u"__MACOSX/Z.app"_s, u"a/b/A.app"_s, depth);
+    row("the Finder's folder", u"z/Z.app"_s, u"__MACOSX/A.app"_s, shadow);
+    row("its name deeper down is nothing", u"a/__MACOSX/A.app"_s, u"a/b/B.app"_s, name);
+    row("both in the Finder's folder", u"__MACOSX/A.app"_s, u"__MACOSX/B.app"_s, name);
+    row("name", u"z/A.app"_s, u"a/B.app"_s, name);
+    row("same name", u"a/A.app"_s, u"b/A.app"_s, name);
+}
+
+void TestInstallerChoice::tellsWhatATieIsDecidedBy()
+{
+    QFETCH(QString, better);
+    QFETCH(QString, worse);
+    QFETCH(QString, reason);
+    QList<InstallerCandidate> candidates;
+    for (const QString& path : {worse, better}) {
+        candidates.append({"/archive/"_L1 + path, path.section(u'/', -1), 0});
+    }
+    sortInstallers(candidates, u"/archive"_s);
+    QCOMPARE(candidates[0].path, "/archive/"_L1 + better);
+    QCOMPARE(tieReason(better, worse), reason);
+}
+
+void TestInstallerChoice::tellsWhatAScoreMeans()
+{
+    QCOMPARE(scoreMeaning(2), u"names only this processor"_s);
+    QCOMPARE(scoreMeaning(1), u"names both processors"_s);
+    QCOMPARE(scoreMeaning(0), u"names no processor"_s);
+    QCOMPARE(scoreMeaning(-1), u"names only the other processor"_s);
 }
 
 void TestInstallerChoice::orderOfCreationDoesNotMatter()
