@@ -3,6 +3,7 @@
 #include "commandrun.h"
 #include "companion/catalogue/namerules.h"
 #include "companion/command.h"
+#include "companion/report/rules.h"
 #include "support/httpserver.h"
 #include "support/privatehome.h"
 #include "web/webprofiler.h"
@@ -665,7 +666,7 @@ void TestCheck::controlCharactersAreWrittenOut()
 {
     const QString path = write(u"catalogue.csv"_s, catalogue({entry("A", "\x1b[31m\x7f")}));
     const QString out = run(runCheck, {u"check"_s, path}).out;
-    QVERIFY2(out.contains("'\\x1b[31m\\x7f'"_L1), qUtf8Printable(out));
+    QVERIFY2(out.contains("'\\u001b[31m\\u007f'"_L1), qUtf8Printable(out));
     QVERIFY(!out.contains(u'\x1b'));
 }
 

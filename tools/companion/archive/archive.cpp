@@ -4,6 +4,8 @@
 #include "companion/archive/unzipresult.h"
 #include "companion/command.h"
 #include "companion/report/finding.h"
+#include "companion/report/texttable.h"
+#include "install/unpacking.h"
 
 #include <QCommandLineParser>
 #include <QFileInfo>
@@ -12,8 +14,6 @@
 #include <QJsonObject>
 #include <QProcess>
 #include <QTextStream>
-
-#include <unistd.h>
 
 #include <algorithm>
 #include <optional>
@@ -37,11 +37,9 @@ struct ArchiveReport
 std::optional<int> testByUnzip(const QString& path)
 {
     QProcess unzip;
-    // Away from the terminal, where unzip would ask for a password.
-    unzip.setChildProcessModifier([] { ::setsid(); });
     unzip.setStandardOutputFile(QProcess::nullDevice());
     unzip.setStandardErrorFile(QProcess::nullDevice());
-    unzip.start(u"/usr/bin/unzip"_s, {u"-tqq"_s, QFileInfo(path).absoluteFilePath()});
+    startUnzip(unzip, {u"-tqq"_s, QFileInfo(path).absoluteFilePath()});
     if (!unzip.waitForStarted() || !unzip.waitForFinished(-1) ||
         unzip.exitStatus() != QProcess::NormalExit) {
         return std::nullopt;
@@ -49,19 +47,19 @@ std::optional<int> testByUnzip(const QString& path)
     return unzip.exitCode();
 }
 
-QList<ArchiveTrouble> troublesOf(const ArchiveContent& archive, const QString& previous)
+QList<Finding> contentFindings(const ArchiveContent& archive, const QString& previous)
 {
-    QList<ArchiveTrouble> troubles = archiveTroubles(archive);
+    QList<Finding> findings = archiveFindings(archive);
     if (!archive.error().isEmpty()) {
-        return troubles;
+        return findings;
     }
     for (const QString& link : archive.linksThatLeadOut()) {
-        troubles.append({u"archive-link"_s, u"the link %1 leads out"_s.arg(quoted(link))});
+        findings.append({u"archive-link"_s, u"the link %1 leads out"_s.arg(quoted(link))});
     }
     if (!previous.isEmpty()) {
-        troubles += repetitionTroubles(archive, ArchiveContent(previous));
+        findings += repetitionFindings(archive, ArchiveContent(previous));
     }
-    return troubles;
+    return findings;
 }
 
 ArchiveReport examine(const QString& file, const QString& previous)
@@ -69,38 +67,23 @@ ArchiveReport examine(const QString& file, const QString& previous)
     ArchiveReport report;
     report.file = file;
     const ArchiveContent archive(file);
-    QList<ArchiveTrouble> troubles = troublesOf(archive, previous);
+    report.findings = contentFindings(archive, previous);
     report.unzipCode = testByUnzip(file);
     const int code = report.unzipCode.value_or(0);
     if (code != 0 && archive.failures().isEmpty()) {
-        troubles.append({u"archive-fails"_s,
-                         u"unzip's own test ends with %1: %2"_s.arg(code).arg(unzipMeaning(code))});
+        report.findings.append(
+            {u"archive-fails"_s,
+             u"unzip's own test ends with %1: %2"_s.arg(code).arg(unzipMeaning(code))});
+    }
+    for (Finding& finding : report.findings) {
+        finding.file = file;
     }
     report.isUnpacked = archive.error().isEmpty() && archive.failures().isEmpty() && code == 0;
     for (const QString& processor : processors()) {
         report.candidates.insert(processor, archive.candidates(processor));
     }
     report.excluded = archive.excluded();
-    Report findings(file);
-    for (const ArchiveTrouble& trouble : std::as_const(troubles)) {
-        findings.add(0, trouble.rule, trouble.problem);
-    }
-    report.findings = findings.findings();
     return report;
-}
-
-QString scoreMeaning(int score)
-{
-    switch (score) {
-    case 2:
-        return u"names only this processor"_s;
-    case 1:
-        return u"names both processors"_s;
-    case 0:
-        return u"names no processor"_s;
-    default:
-        return u"names only the other processor"_s;
-    }
 }
 
 /// Why the first of @p candidates comes before the second.
@@ -109,13 +92,8 @@ QString tieMeaning(const QList<InstallerCandidate>& candidates)
     if (candidates.size() < 2 || candidates[0].score != candidates[1].score) {
         return {};
     }
-    const QString& best = candidates[0].path;
-    const QString& next = candidates[1].path;
-    if (best.count(u'/') != next.count(u'/')) {
-        return u"; it lies less deep than %1"_s.arg(quoted(next));
-    }
-    return next.startsWith("__MACOSX/"_L1) ? u"; %1 is a shadow folder's"_s.arg(quoted(next))
-                                           : u"; by name it is before %1"_s.arg(quoted(next));
+    return "; "_L1 +
+           tieReason(candidates[0].path, candidates[1].path).arg(quoted(candidates[1].path));
 }
 
 void writeChoice(const ArchiveReport& report, const QString& processor, QTextStream& out)

@@ -1,6 +1,6 @@
 #include "companion/archive/archivecontent.h"
 
-#include "companion/report/finding.h"
+#include "companion/report/texttable.h"
 #include "install/downloadtarget.h"
 
 #include <QFile>

@@ -1,20 +1,12 @@
 #pragma once
 
 #include "companion/archive/unpackedtree.h"
+#include "companion/report/finding.h"
 #include "install/installerchoice.h"
 
 #include <memory>
 
 struct zip;
-
-/// Something about an archive that harms those who download it.
-struct ArchiveTrouble
-{
-    QString rule; ///< its identifier
-    QString problem;
-
-    bool operator==(const ArchiveTrouble&) const = default;
-};
 
 /// A .zip archive as the client unpacks it and looks for what to open. Reads the archive's
 /// directory, and nothing else unless it is asked for.
@@ -29,7 +21,7 @@ public:
     /// Why the directory cannot be read; empty when it can.
     [[nodiscard]] QString error() const { return m_error; }
     /// What keeps unzip from ending with 0, as far as the directory shows it.
-    [[nodiscard]] const QList<ArchiveTrouble>& failures() const { return m_failures; }
+    [[nodiscard]] const QList<Finding>& failures() const { return m_failures; }
     /// What the client would choose from on a machine of that processor, best first; the paths are
     /// relative.
     [[nodiscard]] QList<InstallerCandidate> candidates(const QString& architecture) const;
@@ -61,5 +53,5 @@ private:
     std::unique_ptr<zip, Closer> m_zip;
     QString m_error;
     UnpackedTree m_tree;
-    QList<ArchiveTrouble> m_failures;
+    QList<Finding> m_failures;
 };

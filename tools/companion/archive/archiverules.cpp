@@ -1,6 +1,6 @@
 #include "companion/archive/archiverules.h"
 
-#include "companion/report/finding.h"
+#include "companion/report/texttable.h"
 #include "profiler/versionorder.h"
 #include "system/sysprofiler.h"
 
@@ -12,17 +12,19 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-using Troubles = QList<ArchiveTrouble>;
+using Findings = QList<Finding>;
 
-/// One trouble a rule, with the number of those left out.
-Troubles firstOfEachRule(const Troubles& troubles)
+/// One finding a rule, with the number of those left out.
+Findings firstOfEachRule(const Findings& findings)
 {
-    Troubles first;
-    for (const ArchiveTrouble& trouble : troubles) {
-        const auto isAlike = [&trouble](const ArchiveTrouble& t) { return t.rule == trouble.rule; };
+    Findings first;
+    for (const Finding& finding : findings) {
+        const auto isAlike = [&finding](const Finding& other) {
+            return other.rule == finding.rule;
+        };
         if (std::none_of(first.cbegin(), first.cend(), isAlike)) {
-            const auto count = std::count_if(troubles.cbegin(), troubles.cend(), isAlike);
-            first.append(trouble);
+            const auto count = std::count_if(findings.cbegin(), findings.cend(), isAlike);
+            first.append(finding);
             if (count > 1) {
                 first.last().problem += u", and so with %1 more"_s.arg(count - 1);
             }
@@ -31,27 +33,22 @@ Troubles firstOfEachRule(const Troubles& troubles)
     return first;
 }
 
-void addOnce(Troubles& troubles, const QString& rule, const QString& problem)
+void addOnce(Findings& findings, const QString& rule, const QString& problem)
 {
-    if (!troubles.contains({rule, problem})) {
-        troubles.append({rule, problem});
+    if (!findings.contains({rule, problem})) {
+        findings.append({rule, problem});
     }
 }
 
-bool isShadow(const InstallerCandidate& candidate)
-{
-    return candidate.path.startsWith("__MACOSX/"_L1);
-}
-
-void checkLinks(const ArchiveContent& archive, const InstallerCandidate& best, Troubles& troubles)
+void checkLinks(const ArchiveContent& archive, const InstallerCandidate& best, Findings& findings)
 {
     if (archive.isLink(best.path)) {
-        addOnce(troubles, u"archive-link"_s,
+        addOnce(findings, u"archive-link"_s,
                 u"%1, which would be opened, is a link"_s.arg(quoted(best.path)));
     }
 }
 
-void checkTies(const QList<InstallerCandidate>& candidates, Troubles& troubles)
+void checkTies(const QList<InstallerCandidate>& candidates, Findings& findings)
 {
     const InstallerCandidate& best = candidates.constFirst();
     for (const InstallerCandidate& other : candidates.sliced(1)) {
@@ -59,25 +56,25 @@ void checkTies(const QList<InstallerCandidate>& candidates, Troubles& troubles)
         if (other.score != best.score || isInside) {
             continue;
         }
-        addOnce(troubles, isShadow(other) ? u"archive-shadow"_s : u"archive-tie"_s,
+        addOnce(findings, isShadowItem(other.path) ? u"archive-shadow"_s : u"archive-tie"_s,
                 u"%1 fits as well as %2"_s.arg(quoted(other.path), quoted(best.path)));
     }
 }
 
-void checkChoice(const ArchiveContent& archive, const QString& processor, Troubles& troubles)
+void checkChoice(const ArchiveContent& archive, const QString& processor, Findings& findings)
 {
     const QList<InstallerCandidate> candidates = archive.candidates(processor);
     if (candidates.isEmpty()) {
-        addOnce(troubles, u"archive-nothing"_s, u"nothing in it can be opened"_s);
+        addOnce(findings, u"archive-nothing"_s, u"nothing in it can be opened"_s);
         return;
     }
     const InstallerCandidate& best = candidates.constFirst();
-    checkLinks(archive, best, troubles);
+    checkLinks(archive, best, findings);
     if (best.score < 0) {
-        addOnce(troubles, u"archive-processor"_s,
+        addOnce(findings, u"archive-processor"_s,
                 u"the best item for %1 is %2"_s.arg(processor, quoted(best.path)));
     }
-    checkTies(candidates, troubles);
+    checkTies(candidates, findings);
 }
 
 /// The version that the client would read from an installed bundle with this property list.
@@ -91,8 +88,8 @@ QString bundleVersion(const QByteArray& propertyList)
     return SysProfiler::withoutNote(SysProfiler::findBundleVersion(file.fileName()));
 }
 
-ArchiveTrouble comparedVersions(const QString& bundle, const QString& version,
-                                const QString& catalogueVersion)
+Finding comparedVersions(const QString& bundle, const QString& version,
+                         const QString& catalogueVersion)
 {
     const int order = compareVersions(version, catalogueVersion);
     if (order == 0) {
@@ -112,35 +109,34 @@ const QStringList& processors()
     return names;
 }
 
-QList<ArchiveTrouble> archiveTroubles(const ArchiveContent& archive)
+QList<Finding> archiveFindings(const ArchiveContent& archive)
 {
     if (!archive.error().isEmpty()) {
         return {{u"archive-unreadable"_s, archive.error()}};
     }
-    Troubles troubles = archive.failures();
+    Findings findings = archive.failures();
     for (const QString& processor : processors()) {
-        checkChoice(archive, processor, troubles);
+        checkChoice(archive, processor, findings);
     }
-    return firstOfEachRule(troubles);
+    return firstOfEachRule(findings);
 }
 
-QList<ArchiveTrouble> repetitionTroubles(const ArchiveContent& archive,
-                                         const ArchiveContent& previous)
+QList<Finding> repetitionFindings(const ArchiveContent& archive, const ArchiveContent& previous)
 {
-    Troubles troubles;
+    Findings findings;
     for (const QString& processor : processors()) {
         const QString name = archive.candidates(processor).value(0).name;
         if (!name.isEmpty() && name == previous.candidates(processor).value(0).name) {
-            addOnce(troubles, u"archive-same-item"_s,
+            addOnce(findings, u"archive-same-item"_s,
                     u"%1 is the previous release's item too"_s.arg(quoted(name)));
         }
     }
-    return troubles;
+    return findings;
 }
 
-QList<ArchiveTrouble> bundleTroubles(const ArchiveContent& archive, const QString& catalogueVersion)
+QList<Finding> bundleFindings(const ArchiveContent& archive, const QString& catalogueVersion)
 {
-    Troubles troubles;
+    Findings findings;
     for (const QString& processor : processors()) {
         const QString bundle = archive.candidates(processor).value(0).path;
         if (!bundle.endsWith(".app"_L1, Qt::CaseInsensitive)) {
@@ -148,18 +144,18 @@ QList<ArchiveTrouble> bundleTroubles(const ArchiveContent& archive, const QStrin
         }
         const QByteArray list = archive.content(bundle + "/Contents/Info.plist"_L1);
         const QString version = bundleVersion(list);
-        ArchiveTrouble trouble;
+        Finding finding;
         if (version.isEmpty() && list.startsWith("bplist")) {
-            trouble = {u"bundle-unread"_s,
+            finding = {u"bundle-unread"_s,
                        u"the property list of %1 is no XML text"_s.arg(quoted(bundle))};
         } else if (version.isEmpty()) {
-            trouble = {u"bundle-version"_s, u"%1 has no version"_s.arg(quoted(bundle))};
+            finding = {u"bundle-version"_s, u"%1 has no version"_s.arg(quoted(bundle))};
         } else {
-            trouble = comparedVersions(bundle, version, catalogueVersion);
+            finding = comparedVersions(bundle, version, catalogueVersion);
         }
-        if (!trouble.rule.isEmpty()) {
-            addOnce(troubles, trouble.rule, trouble.problem);
+        if (!finding.rule.isEmpty()) {
+            addOnce(findings, finding.rule, finding.problem);
         }
     }
-    return troubles;
+    return findings;
 }

@@ -1,7 +1,7 @@
 #include "companion/catalogue/cataloguetext.h"
 
+#include "companion/report/texttable.h"
 #include "web/catalogueformat.h"
-#include "web/catalogueline.h"
 
 #include <QIODevice>
 #include <QStringTokenizer>

@@ -4,6 +4,7 @@
 #include "companion/catalogue/namerules.h"
 #include "companion/catalogue/versionrules.h"
 #include "companion/command.h"
+#include "companion/report/rules.h"
 #include "companion/report/source.h"
 
 #include <QCommandLineParser>

@@ -2,6 +2,7 @@
 
 #include "companion/archive/archiverules.h"
 #include "companion/catalogue/filetype.h"
+#include "companion/report/texttable.h"
 #include "install/downloadtarget.h"
 
 #include <QDir>
@@ -121,16 +122,16 @@ private:
     void checkArchive(const CatalogueEntry& entry, const QString& path)
     {
         const ArchiveContent archive(path);
-        QList<ArchiveTrouble> troubles = archiveTroubles(archive);
+        QList<Finding> findings = archiveFindings(archive);
         if (archive.error().isEmpty()) {
-            troubles += bundleTroubles(archive, entry.version);
+            findings += bundleFindings(archive, entry.version);
             const QString former = m_formerFiles.value(entry.name);
             if (former != entry.fileName && isArchive(former) && m_names.contains(former)) {
-                troubles += repetitionTroubles(archive, ArchiveContent(m_folder.filePath(former)));
+                findings += repetitionFindings(archive, ArchiveContent(m_folder.filePath(former)));
             }
         }
-        for (const ArchiveTrouble& trouble : std::as_const(troubles)) {
-            m_report.add(entry.line, trouble.rule, shown(entry) + ": "_L1 + trouble.problem);
+        for (const Finding& finding : std::as_const(findings)) {
+            m_report.add(entry.line, finding.rule, shown(entry) + ": "_L1 + finding.problem);
         }
     }
 

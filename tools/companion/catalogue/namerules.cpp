@@ -2,6 +2,7 @@
 
 #include "app/buildinfo.h"
 #include "companion/catalogue/nameorder.h"
+#include "companion/report/texttable.h"
 #include "install/ownupdate.h"
 #include "profiler/applicationmatch.h"
 

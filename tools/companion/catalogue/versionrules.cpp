@@ -1,5 +1,6 @@
 #include "companion/catalogue/versionrules.h"
 
+#include "companion/report/texttable.h"
 #include "profiler/versionorder.h"
 
 #include <QHash>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "companion/report/finding.h"
+#include "companion/report/severity.h"
 
 #include <QList>
 #include <QString>

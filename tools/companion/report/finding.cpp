@@ -1,5 +1,7 @@
 #include "companion/report/finding.h"
 
+#include "companion/report/rules.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -8,32 +10,6 @@
 #include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
-
-QString severityName(Severity severity)
-{
-    switch (severity) {
-    case Severity::Note:
-        return u"note"_s;
-    case Severity::Warning:
-        return u"warning"_s;
-    case Severity::Error:
-        break;
-    }
-    return u"error"_s;
-}
-
-QString quoted(const QString& text)
-{
-    QString shown = u"'"_s;
-    for (const QChar c : text) {
-        if (c.category() == QChar::Other_Control) {
-            shown += u"\\x%1"_s.arg(c.unicode(), 2, 16, QChar(u'0'));
-        } else {
-            shown += c;
-        }
-    }
-    return shown + u'\'';
-}
 
 QList<Finding> Report::findings() const
 {

@@ -1,4 +1,4 @@
-#include "companion/report/finding.h"
+#include "companion/report/rules.h"
 
 #include "app/buildinfo.h"
 

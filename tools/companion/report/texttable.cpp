@@ -3,6 +3,7 @@
 #include <QTextStream>
 
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -21,20 +22,51 @@ QList<qsizetype> columnWidths(const QList<QStringList>& rows)
     return widths;
 }
 
+bool isUnseen(char32_t c)
+{
+    switch (QChar::category(c)) {
+    case QChar::Other_Control:
+    case QChar::Other_Format:
+    case QChar::Other_Surrogate:
+    case QChar::Separator_Line:
+    case QChar::Separator_Paragraph:
+        return true;
+    default:
+        return false;
+    }
+}
+
+QString writtenOut(char32_t c)
+{
+    return c > 0xffff ? u"\\U%1"_s.arg(uint(c), 8, 16, QChar(u'0'))
+                      : u"\\u%1"_s.arg(uint(c), 4, 16, QChar(u'0'));
+}
+
 } // namespace
 
 QString printable(const QString& text)
 {
     QString shown;
     shown.reserve(text.size());
-    for (const QChar c : text) {
-        if (c.category() == QChar::Other_Control) {
-            shown += u"\\u%1"_s.arg(int(c.unicode()), 4, 16, QChar(u'0'));
+    for (qsizetype at = 0; at < text.size();) {
+        const bool isPair =
+            at + 1 < text.size() && text[at].isHighSurrogate() && text[at + 1].isLowSurrogate();
+        const char32_t c =
+            isPair ? QChar::surrogateToUcs4(text[at], text[at + 1]) : text[at].unicode();
+        const qsizetype length = isPair ? 2 : 1;
+        if (isUnseen(c)) {
+            shown += writtenOut(c);
         } else {
-            shown += c;
+            shown += QStringView(text).sliced(at, length);
         }
+        at += length;
     }
     return shown;
+}
+
+QString quoted(const QString& text)
+{
+    return u'\'' + printable(text) + u'\'';
 }
 
 void writeTable(const QList<QStringList>& rows, QTextStream& out)

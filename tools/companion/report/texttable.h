@@ -5,8 +5,13 @@
 
 class QTextStream;
 
-/// @p text for a terminal: each control character as "\u" and four hexadecimal digits.
+/// @p text for a terminal: what is not seen there, or changes how the rest is seen (control and
+/// format characters, direction marks among them, line separators, halves of a pair), is written as
+/// "\u" and four hexadecimal digits, or "\U" and eight.
 [[nodiscard]] QString printable(const QString& text);
+
+/// @p text, printable, between single quotes.
+[[nodiscard]] QString quoted(const QString& text);
 
 /// Writes @p rows of equal length one a line, each column as wide as its longest text.
 void writeTable(const QList<QStringList>& rows, QTextStream& out);
