@@ -1,4 +1,4 @@
-#include "companion/command.h"
+#include "companion/commands.h"
 
 #include <QCoreApplication>
 #include <QTextStream>

@@ -2,12 +2,11 @@
 
 #include "companion/archive/archiverules.h"
 #include "companion/archive/unzipresult.h"
-#include "companion/command.h"
+#include "companion/report/commandline.h"
 #include "companion/report/finding.h"
 #include "companion/report/texttable.h"
 #include "install/unpacking.h"
 
-#include <QCommandLineParser>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -21,6 +20,8 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+const QString previousName = u"previous"_s;
 
 /// What is told about one archive.
 struct ArchiveReport
@@ -172,34 +173,31 @@ void write(const QList<ArchiveReport>& reports, bool asJson, QTextStream& out)
 
 int runArchive(const QStringList& arguments, QTextStream& out, QTextStream& err)
 {
-    const QCommandLineOption previous(u"previous"_s, u"Compare with <FILE>, the release before."_s,
-                                      u"FILE"_s);
-    const QCommandLineOption strict(u"strict"_s, u"Let warnings count: end with 1 for them too."_s);
-    const QCommandLineOption json(u"json"_s, u"Write JSON."_s);
-    QCommandLineParser parser;
-    parser.setApplicationDescription(u"Tells which item of an archive the client opens on each "
-                                     "processor, and what would keep it from that."_s);
-    parser.addPositionalArgument(u"FILE.zip..."_s, u"Archives."_s);
-    parser.addOptions({previous, strict, json});
-    if (const auto status = readArguments(parser, arguments, 1, 1'000'000, out, err)) {
+    CommandLine line(u"archive"_s, u"Tells which item of an archive the client opens on each "
+                                   "processor, and what would keep it from that."_s);
+    line.addArgument(u"FILE.zip..."_s, u"Archives."_s, true);
+    line.addPlace(previousName, u"Compare with <FILE>, the release before."_s, u"FILE"_s);
+    line.addShared(CommandLine::Strict | CommandLine::Json);
+    if (const auto status = line.read(arguments, out, err)) {
         return *status;
     }
-    QStringList files = parser.positionalArguments();
-    for (const QString& file : files + parser.values(previous)) {
+    const QStringList files = line.arguments();
+    const QString previous = line.value(previousName);
+    for (const QString& file : previous.isEmpty() ? files : files + QStringList{previous}) {
         if (!QFileInfo(file).isFile() || !QFileInfo(file).isReadable()) {
-            return failCommand(u"archive"_s, u"cannot read %1"_s.arg(file), err);
+            return line.fail(u"cannot read %1"_s.arg(file), err);
         }
     }
 
     QList<ArchiveReport> reports;
     bool hasFailed = false;
-    for (const QString& file : std::as_const(files)) {
+    for (const QString& file : files) {
         if (files.size() > 1) {
             err << "reading " << file << Qt::endl;
         }
-        reports.append(examine(file, parser.value(previous)));
-        hasFailed = isFailure(reports.constLast().findings, parser.isSet(strict)) || hasFailed;
+        reports.append(examine(file, previous));
+        hasFailed = isFailure(reports.constLast().findings, line.isStrict()) || hasFailed;
     }
-    write(reports, parser.isSet(json), out);
+    write(reports, line.isJson(), out);
     return hasFailed ? SomethingFound : NothingFound;
 }

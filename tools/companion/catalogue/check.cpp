@@ -3,11 +3,10 @@
 #include "companion/catalogue/filerules.h"
 #include "companion/catalogue/namerules.h"
 #include "companion/catalogue/versionrules.h"
-#include "companion/command.h"
+#include "companion/report/commandline.h"
 #include "companion/report/rules.h"
 #include "companion/report/source.h"
 
-#include <QCommandLineParser>
 #include <QFileInfo>
 #include <QTextStream>
 
@@ -15,26 +14,16 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-struct CheckOptions
-{
-    QCommandLineOption separator{
-        u"separator"_s, u"Fields stand between <S>; \"\\t\" is a tabulator."_s, u"S"_s, u","_s};
-    QCommandLineOption files{u"files"_s, u"Check the installers in <FOLDER> too."_s, u"FOLDER"_s};
-    QCommandLineOption published{
-        u"published"_s, u"Compare with <OLD>, the catalogue that users have now."_s, u"OLD"_s};
-    QCommandLineOption strict{u"strict"_s, u"Let warnings count: end with 1 for them too."_s};
-    QCommandLineOption json{u"json"_s, u"Write the findings as JSON."_s};
-    QCommandLineOption listRules{u"list-rules"_s, u"Explain every rule and end."_s};
-};
+const QString filesName = u"files"_s;
+const QString listRulesName = u"list-rules"_s;
 
-void describe(QCommandLineParser& parser, const CheckOptions& options)
+void describe(CommandLine& line)
 {
-    parser.setApplicationDescription(u"Finds what is wrong with a catalogue. Ends with 0 when "
-                                     "there is nothing or warnings only, with 1 for errors, with 2 "
-                                     "for unusable input."_s);
-    parser.addPositionalArgument(u"CATALOGUE"_s, u"A file, or an http or https address."_s);
-    parser.addOptions({options.separator, options.files, options.published, options.strict,
-                       options.json, options.listRules});
+    line.addArgument(u"CATALOGUE"_s, u"A file, or an http or https address."_s);
+    line.addShared(CommandLine::Separator | CommandLine::Published | CommandLine::Strict |
+                   CommandLine::Json);
+    line.addPlace(filesName, u"Check the installers in <FOLDER> too."_s, u"FOLDER"_s);
+    line.addEnd(listRulesName, u"Explain every rule and end."_s);
 }
 
 void listRules(QTextStream& out)
@@ -61,32 +50,24 @@ struct CheckTask
     QString error;  ///< why nothing can be checked; empty when something can
 };
 
-QString readInto(QByteArray& bytes, const QString& place)
-{
-    const Source source = readSource(place);
-    bytes = source.bytes;
-    return source.error.isEmpty() ? QString() : u"cannot read %1: %2"_s.arg(place, source.error);
-}
-
-CheckTask taskOf(const QCommandLineParser& parser, const CheckOptions& options)
+CheckTask taskOf(const CommandLine& line)
 {
     CheckTask task;
-    const QString separator = parser.value(options.separator);
-    task.separator = separator == "\\t"_L1 ? u"\t"_s : separator;
-    task.place = parser.positionalArguments().constFirst();
-    task.folder = parser.value(options.files);
-    if (task.separator.isEmpty()) {
-        task.error = u"the separator is empty"_s;
-    } else if (parser.isSet(options.files) && !QFileInfo(task.folder).isDir()) {
+    task.separator = line.separator();
+    task.place = line.arguments().constFirst();
+    task.folder = line.value(filesName);
+    if (!task.folder.isEmpty() && !QFileInfo(task.folder).isDir()) {
         task.error = u"%1 is no folder"_s.arg(task.folder);
-    } else {
-        task.error = readInto(task.catalogue, task.place);
+        return task;
     }
-    if (task.error.isEmpty() && parser.isSet(options.published)) {
-        QByteArray published;
-        task.error = readInto(published, parser.value(options.published));
+    const Source catalogue = readSource(task.place);
+    task.catalogue = catalogue.bytes;
+    task.error = catalogue.error;
+    if (task.error.isEmpty() && !line.published().isEmpty()) {
+        const Source published = readSource(line.published());
+        task.error = published.error;
         Report unused(task.place);
-        task.published = readCatalogue(published, task.separator, unused).entries;
+        task.published = readCatalogue(published.bytes, task.separator, unused).entries;
     }
     return task;
 }
@@ -115,22 +96,22 @@ CatalogueText checkCatalogue(const QByteArray& bytes, const QString& separator, 
 
 int runCheck(const QStringList& arguments, QTextStream& out, QTextStream& err)
 {
-    const CheckOptions options;
-    QCommandLineParser parser;
-    describe(parser, options);
-    const bool listsRules = arguments.contains("--list-rules"_L1);
-    if (const auto status = readArguments(parser, arguments, listsRules ? 0 : 1, 1, out, err)) {
+    CommandLine line(u"check"_s, u"Finds what is wrong with a catalogue. Ends with 0 when there is "
+                                 "nothing or warnings only, with 1 for errors, with 2 for unusable "
+                                 "input."_s);
+    describe(line);
+    if (const auto status = line.read(arguments, out, err)) {
         return *status;
     }
-    if (listsRules) {
+    if (line.isSet(listRulesName)) {
         listRules(out);
         return NothingFound;
     }
-    const CheckTask task = taskOf(parser, options);
+    const CheckTask task = taskOf(line);
     if (!task.error.isEmpty()) {
-        return failCommand(u"check"_s, task.error, err);
+        return line.fail(task.error, err);
     }
     const QList<Finding> findings = findingsOf(task, err);
-    write(findings, parser.isSet(options.json), out);
-    return isFailure(findings, parser.isSet(options.strict)) ? SomethingFound : NothingFound;
+    write(findings, line.isJson(), out);
+    return isFailure(findings, line.isStrict()) ? SomethingFound : NothingFound;
 }

@@ -1,13 +1,12 @@
 #include "companion/log/explain.h"
 
-#include "companion/command.h"
 #include "companion/log/anonymizer.h"
 #include "companion/log/clientlog.h"
 #include "companion/log/troubles.h"
+#include "companion/report/commandline.h"
 #include "companion/report/source.h"
 #include "companion/report/texttable.h"
 
-#include <QCommandLineParser>
 #include <QTextStream>
 
 #include <functional>
@@ -35,28 +34,27 @@ void writeTrouble(const Trouble& trouble, const Wording& worded, QTextStream& ou
 
 int runExplain(const QStringList& arguments, QTextStream& out, QTextStream& err)
 {
-    const QCommandLineOption anonymous(
-        u"anonymous"_s, u"Replace home folders and user names in what is printed."_s);
-    QCommandLineParser parser;
-    parser.setApplicationDescription(
+    const QString anonymous = u"anonymous"_s;
+    CommandLine line(
+        u"explain"_s,
         u"Names in plain words the troubles that a user's quillmere.log shows, the newest first,\n"
         "with what they usually come from and what to do."_s);
-    parser.addPositionalArgument(u"LOG"_s, u"The user's quillmere.log."_s);
-    parser.addOption(anonymous);
-    if (const auto status = readArguments(parser, arguments, 1, 1, out, err)) {
+    line.addArgument(u"LOG"_s, u"The user's quillmere.log."_s);
+    line.addSwitch(anonymous, u"Replace home folders and user names in what is printed."_s);
+    if (const auto status = line.read(arguments, out, err)) {
         return *status;
     }
-    const QString place = parser.positionalArguments().constFirst();
+    const QString place = line.arguments().constFirst();
     const Source log = readSource(place);
     if (!log.error.isEmpty()) {
-        return failCommand(u"explain"_s, place + ": "_L1 + log.error, err);
+        return line.fail(log.error, err);
     }
     if (readClientLog(log.bytes).isEmpty()) {
-        return failCommand(u"explain"_s, place + ": no log of the client"_L1, err);
+        return line.fail(place + ": no log of the client"_L1, err);
     }
 
     const Anonymizer anonymizer(log.bytes);
-    const bool isAnonymous = parser.isSet(anonymous);
+    const bool isAnonymous = line.isSet(anonymous);
     const Wording worded = [&anonymizer, isAnonymous](const QString& text) {
         return printable(isAnonymous ? anonymizer.anonymous(text) : text);
     };

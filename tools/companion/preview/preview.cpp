@@ -1,64 +1,67 @@
 #include "companion/preview/preview.h"
 
-#include "companion/command.h"
 #include "companion/preview/inventory.h"
 #include "companion/preview/previewtable.h"
+#include "companion/report/commandline.h"
 #include "companion/report/source.h"
 #include "companion/report/texttable.h"
 
-#include <QCommandLineParser>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTextStream>
 
+#include <optional>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// What the options and arguments ask for.
-struct PreviewOptions
-{
-    QString catalogue;
-    QString published; ///< the catalogue to compare with; empty for none
-    QString log;       ///< empty for none
-    bool isScan = false;
-    bool isJson = false;
-    QString separator;
-};
+const QString logName = u"log"_s;
+const QString scanName = u"scan"_s;
 
-/// Reads one of the two catalogues; nothing, with the reason told, when that fails.
-std::optional<QByteArray> readCatalogue(const QString& place, QTextStream& err)
+void describe(CommandLine& line)
+{
+    line.addArgument(u"CATALOGUE"_s, u"A file, or an http(s) address."_s);
+    line.addPlace(logName, u"Show what a user sees whose machine wrote this quillmere.log."_s,
+                  u"LOG"_s);
+    line.addSwitch(scanName, u"Show what this machine's user sees."_s);
+    line.addShared(CommandLine::Separator | CommandLine::Published | CommandLine::Json);
+}
+
+/// Reads what a user named; nothing, with the reason told, when that fails.
+std::optional<QByteArray> readNamed(const QString& place, const CommandLine& line, QTextStream& err)
 {
     const Source source = readSource(place);
     if (!source.error.isEmpty()) {
-        failCommand(u"preview"_s, place + ": "_L1 + source.error, err);
+        line.fail(source.error, err);
         return std::nullopt;
     }
     return source.bytes;
 }
 
-/// Reads what is installed; nothing, with the reason told, when that fails.
-std::optional<Inventory> readInventory(const PreviewOptions& options, QTextStream& err)
+std::optional<Inventory> readLog(const QString& place, const CommandLine& line, QTextStream& err)
 {
-    if (options.isScan) {
-        return scannedInventory();
-    }
-    if (options.log.isEmpty()) {
-        return noInventory();
-    }
-    const Source log = readSource(options.log);
-    if (!log.error.isEmpty()) {
-        failCommand(u"preview"_s, options.log + ": "_L1 + log.error, err);
+    const std::optional<QByteArray> log = readNamed(place, line, err);
+    if (!log) {
         return std::nullopt;
     }
-    std::optional<Inventory> inventory = loggedInventory(log.bytes);
+    std::optional<Inventory> inventory = loggedInventory(*log);
     if (!inventory) {
-        failCommand(u"preview"_s, options.log + ": the log shows no scan"_L1, err);
+        line.fail(place + ": the log shows no scan"_L1, err);
     } else if (!inventory->isWhole) {
-        err << options.log << ": the log ends within its scan, applications are missing\n";
+        err << place << ": the log ends within its scan, applications are missing\n";
     }
     return inventory;
+}
+
+/// Reads what is installed; nothing, with the reason told, when that fails.
+std::optional<Inventory> readInventory(const CommandLine& line, QTextStream& err)
+{
+    if (line.isSet(scanName)) {
+        return scannedInventory();
+    }
+    return line.isSet(logName) ? readLog(line.value(logName), line, err) : noInventory();
 }
 
 QString shownInstalled(const PreviewRow& row)
@@ -98,10 +101,14 @@ void writeDifference(const PreviewDifference& difference, QTextStream& out)
             << ", catalogue: " << printable(row.catalogueVersion) << ")\n";
     }
     const auto rowNames = [](const QStringList& names) {
-        return names.isEmpty() ? u"no row"_s : u'\'' + printable(names.join("', '"_L1)) + u'\'';
+        QStringList shown;
+        for (const QString& name : names) {
+            shown.append(quoted(name));
+        }
+        return shown.isEmpty() ? u"no row"_s : shown.join(", "_L1);
     };
     for (const MatchChange& change : difference.matches) {
-        out << "Installed '" << printable(change.application) << "': matched by "
+        out << "Installed " << quoted(change.application) << ": matched by "
             << rowNames(change.before) << " -> " << rowNames(change.after) << '\n';
     }
     if (difference.rows.isEmpty() && difference.matches.isEmpty()) {
@@ -152,37 +159,37 @@ void writeDifferenceAsJson(const PreviewDifference& difference, QTextStream& out
     out << QJsonDocument(QJsonObject{{u"rows"_s, rows}, {u"matches"_s, matches}}).toJson();
 }
 
-int preview(const PreviewOptions& options, QTextStream& out, QTextStream& err)
+int preview(const CommandLine& line, QTextStream& out, QTextStream& err)
 {
-    const std::optional<QByteArray> catalogue = readCatalogue(options.catalogue, err);
+    const QString place = line.arguments().constFirst();
+    const bool isComparison = !line.published().isEmpty();
+    const std::optional<QByteArray> catalogue = readNamed(place, line, err);
     if (!catalogue) {
         return Unusable;
     }
-    const bool isComparison = !options.published.isEmpty();
     const std::optional<QByteArray> published =
-        isComparison ? readCatalogue(options.published, err) : QByteArray();
+        isComparison ? readNamed(line.published(), line, err) : QByteArray();
     if (!published) {
         return Unusable;
     }
-    const std::optional<Inventory> inventory = readInventory(options, err);
+    const std::optional<Inventory> inventory = readInventory(line, err);
     if (!inventory) {
         return Unusable;
     }
-    const QList<PreviewRow> rows = previewRows(*catalogue, options.separator, *inventory);
+    const QList<PreviewRow> rows = previewRows(*catalogue, line.separator(), *inventory);
     if (rows.isEmpty()) {
-        return failCommand(u"preview"_s,
-                           options.catalogue +
-                               ": no entry is offered; a window would report that it cannot reach "
-                               "the catalogue"_L1,
-                           err);
+        return line.fail(place +
+                             ": no entry is offered; a window would report that it cannot reach "
+                             "the catalogue"_L1,
+                         err);
     }
     if (!isComparison) {
-        options.isJson ? writeRowsAsJson(rows, out) : writeRows(rows, out);
+        line.isJson() ? writeRowsAsJson(rows, out) : writeRows(rows, out);
         return NothingFound;
     }
     const PreviewDifference difference =
-        previewDifference(previewRows(*published, options.separator, *inventory), rows);
-    options.isJson ? writeDifferenceAsJson(difference, out) : writeDifference(difference, out);
+        previewDifference(previewRows(*published, line.separator(), *inventory), rows);
+    line.isJson() ? writeDifferenceAsJson(difference, out) : writeDifference(difference, out);
     return NothingFound;
 }
 
@@ -190,31 +197,18 @@ int preview(const PreviewOptions& options, QTextStream& out, QTextStream& err)
 
 int runPreview(const QStringList& arguments, QTextStream& out, QTextStream& err)
 {
-    const QCommandLineOption log(
-        u"log"_s, u"Show what a user sees whose machine wrote this quillmere.log."_s, u"LOG"_s);
-    const QCommandLineOption scan(u"scan"_s, u"Show what this machine's user sees."_s);
-    const QCommandLineOption published(
-        u"published"_s, u"Print what changes for users of this catalogue instead."_s, u"OLD"_s);
-    const QCommandLineOption separator(
-        u"separator"_s, u"What separates the catalogue's fields; a comma by default."_s, u"S"_s,
-        u","_s);
-    const QCommandLineOption json(u"json"_s, u"Print JSON."_s);
-
-    QCommandLineParser parser;
-    parser.setApplicationDescription(
+    CommandLine line(
+        u"preview"_s,
         u"Prints the table that a window shows for a catalogue: a row's name, the installed and\n"
         "the catalogue's version, the verdict that its colour tells, and the installed\n"
-        "application that it stands for. Without --log and --scan, as before a first scan."_s);
-    parser.addPositionalArgument(u"CATALOGUE"_s, u"A file, or an http(s) address."_s);
-    parser.addOptions({log, scan, published, separator, json});
-    if (const auto status = readArguments(parser, arguments, 1, 1, out, err)) {
+        "application that it stands for. Without --log and --scan, as before a first scan.\n"
+        "With --published, prints what changes for its users instead."_s);
+    describe(line);
+    if (const auto status = line.read(arguments, out, err)) {
         return *status;
     }
-    if (parser.isSet(log) && parser.isSet(scan)) {
-        return failCommand(u"preview"_s, u"--log and --scan exclude each other"_s, err);
+    if (line.isSet(logName) && line.isSet(scanName)) {
+        return line.fail(u"--log and --scan exclude each other"_s, err);
     }
-    return preview({parser.positionalArguments().constFirst(), parser.value(published),
-                    parser.value(log), parser.isSet(scan), parser.isSet(json),
-                    parser.value(separator)},
-                   out, err);
+    return preview(line, out, err);
 }

@@ -8,6 +8,15 @@
 
 using namespace Qt::Literals::StringLiterals;
 
+namespace {
+
+Source unreadable(const QString& place, const QString& reason)
+{
+    return {{}, u"cannot read %1: %2"_s.arg(place, reason)};
+}
+
+} // namespace
+
 bool isWebAddress(const QString& place)
 {
     return place.startsWith("http://"_L1, Qt::CaseInsensitive) ||
@@ -19,14 +28,15 @@ Source readSource(const QString& place)
     if (isWebAddress(place)) {
         WebProfiler client({}, {}, {}, {});
         const QByteArray body = client.downloadData(QUrl(place));
-        return {body, client.lastError()};
+        return client.lastError().isEmpty() ? Source{body, {}}
+                                            : unreadable(place, client.lastError());
     }
     if (QFileInfo(place).isDir()) {
-        return {{}, u"is a folder"_s};
+        return unreadable(place, u"is a folder"_s);
     }
     QFile file(place);
     if (!file.open(QIODevice::ReadOnly)) {
-        return {{}, file.errorString()};
+        return unreadable(place, file.errorString());
     }
     return {file.readAll(), {}};
 }

@@ -7,7 +7,7 @@
 struct Source
 {
     QByteArray bytes;
-    QString error; ///< why it could not be read; empty when it could
+    QString error; ///< "cannot read" with the place and the reason; empty when it could be read
 };
 
 /// Whether @p place is a web address and not a file's path.

@@ -1,12 +1,12 @@
-#include "companion/command.h"
+#include "companion/commands.h"
 
 #include "app/buildinfo.h"
 #include "companion/archive/archive.h"
 #include "companion/catalogue/check.h"
 #include "companion/log/explain.h"
 #include "companion/preview/preview.h"
+#include "companion/report/commandline.h"
 
-#include <QCommandLineParser>
 #include <QTextStream>
 
 using namespace Qt::Literals::StringLiterals;
@@ -43,27 +43,7 @@ QString overview()
     return text + u"\n'%1 COMMAND --help' tells a command's options.\n"_s.arg(companionName());
 }
 
-/// The parser's help, which would begin with the path that the companion was started by.
-QString helpText(const QCommandLineParser& parser, const QString& command)
-{
-    const QString text = parser.helpText();
-    const qsizetype syntax = text.indexOf(" [options]"_L1);
-    return u"Usage: "_s + companionName() + u' ' + command + u' ' + text.sliced(syntax).trimmed() +
-           u'\n';
-}
-
-QString countProblem(const QStringList& given, qsizetype most)
-{
-    return given.size() > most ? u"unexpected argument '%1'"_s.arg(given[most])
-                               : u"an argument is missing"_s;
-}
-
 } // namespace
-
-QString companionName()
-{
-    return BuildInfo::productName().toLower() + "-catalogue"_L1;
-}
 
 int runCommand(const QStringList& arguments, QTextStream& out, QTextStream& err)
 {
@@ -84,37 +64,5 @@ int runCommand(const QStringList& arguments, QTextStream& out, QTextStream& err)
     err << companionName() << ": "
         << (name.isEmpty() ? u"a command is missing"_s : u"unknown command '%1'"_s.arg(name))
         << " (try --help)\n";
-    return Unusable;
-}
-
-std::optional<int> readArguments(QCommandLineParser& parser, const QStringList& arguments,
-                                 qsizetype least, qsizetype most, QTextStream& out,
-                                 QTextStream& err)
-{
-    const QString command = arguments.value(0);
-    const QCommandLineOption help({u"h"_s, u"help"_s}, u"Explain the command and end."_s);
-    parser.addOption(help);
-    if (!parser.parse(arguments)) {
-        QString reason = parser.errorText();
-        reason.front() = reason.front().toLower();
-        while (reason.endsWith(u'.')) {
-            reason.chop(1);
-        }
-        return failCommand(command, reason + " (try --help)"_L1, err);
-    }
-    if (parser.isSet(help)) {
-        out << helpText(parser, command);
-        return NothingFound;
-    }
-    const QStringList given = parser.positionalArguments();
-    if (given.size() < least || given.size() > most) {
-        return failCommand(command, countProblem(given, most) + " (try --help)"_L1, err);
-    }
-    return std::nullopt;
-}
-
-int failCommand(const QString& name, const QString& reason, QTextStream& err)
-{
-    err << companionName() << ' ' << name << ": " << reason << '\n';
     return Unusable;
 }
