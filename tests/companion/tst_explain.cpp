@@ -70,8 +70,6 @@ private Q_SLOTS:
     void init();
     void cleanup();
 
-    void readsTheEntriesOfALog();
-
     void namesTheTrouble_data();
     void namesTheTrouble();
     void tellsWhatANetworkErrorComesFrom_data();
@@ -111,28 +109,6 @@ void TestExplain::cleanup()
 CommandRun TestExplain::explain(const QStringList& arguments) const
 {
     return run(runExplain, QStringList{u"explain"_s} + arguments);
-}
-
-void TestExplain::readsTheEntriesOfALog()
-{
-    const QList<LogEntry> entries =
-        readClientLog("scrap\n=== Quillmere 26.3.0 — 2026-09-21 14:05:00 ===\n"
-                      "2026-09-21T14:05:00 [INFO] Current configuration's content:\r\n"
-                      "\tcolor:\r\n"
-                      "2026-09-21T14:05:01 [DEBUG] \n"
-                      "=== Quillmere 26.3.0 — 2026-09-21 15:05:00 ===\n"
-                      "scrap\n"
-                      "2026-09-21T15:05:01 [ERROR] é [INFO] x\n");
-    QCOMPARE(entries.size(), 3);
-    QCOMPARE(entries[0].line, 3);
-    QCOMPARE(entries[0].time, u"2026-09-21T14:05:00"_s);
-    QCOMPARE(entries[0].level, u"INFO"_s);
-    QCOMPARE(entries[0].text, u"Current configuration's content:\n\tcolor:"_s);
-    QCOMPARE(entries[1].line, 5);
-    QCOMPARE(entries[1].level, u"DEBUG"_s);
-    QCOMPARE(entries[1].text, QString());
-    QCOMPARE(entries[2].line, 8);
-    QCOMPARE(entries[2].text, u"é [INFO] x"_s);
 }
 
 void TestExplain::namesTheTrouble_data()

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "companion/log/logevent.h"
+
 #include <QList>
 #include <QString>
 
@@ -12,6 +14,7 @@ struct LogEntry
     QString time;       ///< as it stands: "2026-09-21T14:05:07"
     QString level;      ///< "ERROR", "WARNING", "INFO" or "DEBUG"
     QString text;       ///< of several lines where the client logged a text of several
+    LogEvent event;     ///< what the text tells
 };
 
 /// The entries of a client's log, or of what the client wrote to its console, in their order. Lines
