@@ -262,7 +262,7 @@ void TestExplain::namesTheTrouble()
 {
     QFETCH(QStringList, log);
     QFETCH(QStringList, troubles);
-    const QList<Trouble> found = logTroubles(logOf(log));
+    const QList<Trouble> found = logTroubles(readClientLog(logOf(log)));
     QCOMPARE(texts(found), troubles);
     for (const Trouble& trouble : found) {
         QVERIFY(!trouble.cause.isEmpty());
@@ -303,7 +303,7 @@ void TestExplain::tellsWhatANetworkErrorComesFrom()
     QFETCH(QString, error);
     QFETCH(QString, cause);
     const QList<Trouble> found =
-        logTroubles(logOf({u"ERROR WebProfiler - Network error: "_s + error}));
+        logTroubles(readClientLog(logOf({u"ERROR WebProfiler - Network error: "_s + error})));
     QCOMPARE(found.size(), 1);
     QVERIFY2(found.constFirst().cause.startsWith(cause), qPrintable(found.constFirst().cause));
     QVERIFY(!found.constFirst().remedy.isEmpty());
@@ -312,7 +312,7 @@ void TestExplain::tellsWhatANetworkErrorComesFrom()
 void TestExplain::newestTroubleComesFirst()
 {
     const QList<Trouble> found =
-        logTroubles(logOf({u"ERROR a"_s, u"WARNING b"_s, u"ERROR c"_s}));
+        logTroubles(readClientLog(logOf({u"ERROR a"_s, u"WARNING b"_s, u"ERROR c"_s})));
     QCOMPARE(texts(found),
              (QStringList{u"error other: c"_s, u"warning other: b"_s, u"error other: a"_s}));
     QCOMPARE(found[0].line, 4);
@@ -322,7 +322,7 @@ void TestExplain::newestTroubleComesFirst()
 void TestExplain::repeatedTroubleIsToldOnce()
 {
     const QList<Trouble> found =
-        logTroubles(logOf({u"ERROR a"_s, u"ERROR b"_s, u"ERROR a"_s}));
+        logTroubles(readClientLog(logOf({u"ERROR a"_s, u"ERROR b"_s, u"ERROR a"_s})));
     QCOMPARE(texts(found), (QStringList{u"error other: a"_s, u"error other: b"_s}));
     QCOMPARE(found[0].count, 2);
     QCOMPARE(found[0].line, 4);

@@ -35,6 +35,10 @@ private Q_SLOTS:
 private:
     /// Downloads row 0 until it is idle again and nothing is unpacked any more.
     void download();
+    [[nodiscard]] QList<Trouble> found() const
+    {
+        return logTroubles(readClientLog(PrivateHome::read(m_bench->machine().home().logPath())));
+    }
     /// "kind: problem" of each trouble, the newest first.
     [[nodiscard]] QStringList troubles() const;
 
@@ -56,12 +60,11 @@ void TestExplainWindow::cleanup()
 
 QStringList TestExplainWindow::troubles() const
 {
-    QStringList found;
-    for (const Trouble& trouble :
-         logTroubles(PrivateHome::read(m_bench->machine().home().logPath()))) {
-        found.append(trouble.kind + ": "_L1 + trouble.problem);
+    QStringList texts;
+    for (const Trouble& trouble : found()) {
+        texts.append(trouble.kind + ": "_L1 + trouble.problem);
     }
-    return found;
+    return texts;
 }
 
 void TestExplainWindow::download()
@@ -138,8 +141,7 @@ void TestExplainWindow::matchesAndVersions()
         u"match-ambiguous: Several installed applications begin with 'Synth': 'Synth' v1.0, "
         "'Synth 2' v2.0. The row shows 'Synth 2'."_s};
     QCOMPARE(troubles(), expected);
-    for (const Trouble& trouble :
-         logTroubles(PrivateHome::read(m_bench->machine().home().logPath()))) {
+    for (const Trouble& trouble : found()) {
         QCOMPARE(trouble.count, 2);
     }
 }
@@ -151,9 +153,9 @@ void TestExplainWindow::missingInstaller()
     m_bench->open();
     download();
     QCOMPARE(m_boxes->titles(), QStringList{u"Download Error"_s});
-    const QStringList found = troubles().filter(u"download"_s);
-    QCOMPARE(found, QStringList{u"download-failed: The download of 'Synth' failed: "_s +
-                                m_boxes->texts().constFirst()});
+    const QStringList downloads = troubles().filter(u"download"_s);
+    QCOMPARE(downloads, QStringList{u"download-failed: The download of 'Synth' failed: "_s +
+                                    m_boxes->texts().constFirst()});
 }
 
 void TestExplainWindow::damagedArchive()
@@ -200,13 +202,11 @@ void TestExplainWindow::missingDownloadFolder()
     QVERIFY(m_bench->scan());
     download();
     QCOMPARE(m_boxes->texts(), QStringList{u"Cannot write to: /nowhere/at all/tool.dmg"_s});
-    const QList<Trouble> found =
-        logTroubles(PrivateHome::read(m_bench->machine().home().logPath()));
     QCOMPARE(troubles(),
              QStringList{u"download-unsaved: The download of 'Synth' began, but no file was "
                          "saved."_s});
-    QVERIFY2(found.constFirst().remedy.contains("/nowhere/at all exists"_L1),
-             qPrintable(found.constFirst().remedy));
+    const QString remedy = found().constFirst().remedy;
+    QVERIFY2(remedy.contains("/nowhere/at all exists"_L1), qPrintable(remedy));
 }
 
 void TestExplainWindow::nameThatLeadsOutOfTheDownloadFolder()

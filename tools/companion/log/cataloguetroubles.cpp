@@ -4,48 +4,72 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-bool CatalogueTroubles::read(const LogEntry& entry)
+void CatalogueTroubles::read(const LogEntry& entry)
 {
-    watch(entry);
-    if (entry.text == "WebProfiler - data Updating..."_L1) {
-        finish();
-        m_load = Load{.begin = entry};
-        return true;
+    std::visit([&](const auto& event) { take(entry, event); }, entry.event);
+}
+
+void CatalogueTroubles::take(const LogEntry& entry, const Logged::CatalogueLoadBegun&)
+{
+    finish();
+    m_load = Load{.begin = entry};
+}
+
+void CatalogueTroubles::take(const LogEntry& entry, const Logged::CatalogueTimedOut& timeOut)
+{
+    noteFailure();
+    m_list.add(entry, Severity::Error, u"catalogue-timeout"_s,
+               u"The catalogue's server did not answer within 15 seconds: "_s + timeOut.address,
+               {u"The server is overloaded or does not exist at that address, or a firewall "
+                "swallows the request."_s,
+                u"Open the address in a browser on the user's network; check the base URL in the "
+                "preferences."_s});
+}
+
+void CatalogueTroubles::take(const LogEntry& entry, const Logged::CatalogueFailed& failure)
+{
+    noteFailure();
+    m_list.add(entry, Severity::Error, u"catalogue-error"_s,
+               u"The catalogue could not be fetched: "_s + failure.error,
+               networkAdvice(failure.error));
+}
+
+void CatalogueTroubles::noteFailure()
+{
+    if (m_load) {
+        m_load->hasFailed = true;
     }
-    if (const auto url = textBehind(entry.text, "WebProfiler - Network timeout for: "_L1)) {
-        if (m_load) {
-            m_load->hasFailed = true;
-        }
-        m_list.add(
-            entry, Severity::Error, u"catalogue-timeout"_s,
-            u"The catalogue's server did not answer within 15 seconds: "_s + *url,
-            {u"The server is overloaded or does not exist at that address, or a firewall swallows "
-             "the request."_s,
-             u"Open the address in a browser on the user's network; check the base URL in the "
-             "preferences."_s});
-        return true;
+}
+
+void CatalogueTroubles::take(const LogEntry&, const Logged::CatalogueRetried&)
+{
+    if (m_load) {
+        m_load->wasRetried = true;
+        m_load->hasFailed = false;
     }
-    if (const auto error = textBehind(entry.text, "WebProfiler - Network error: "_L1)) {
-        if (m_load) {
-            m_load->hasFailed = true;
-        }
-        m_list.add(entry, Severity::Error, u"catalogue-error"_s,
-                   u"The catalogue could not be fetched: "_s + *error, networkAdvice(*error));
-        return true;
-    }
-    if (entry.text.startsWith("WebProfiler - First attempt failed"_L1)) {
-        if (m_load) {
-            m_load->wasRetried = true;
-            m_load->hasFailed = false;
-        }
-        return true;
-    }
-    if (entry.text.startsWith("WebProfiler - data updated"_L1) && m_load) {
+}
+
+void CatalogueTroubles::take(const LogEntry&, const Logged::CatalogueLoadEnded&)
+{
+    if (m_load) {
         m_load->hasEnded = true;
         m_load->mustShowRows = m_isScanned;
-        return true;
     }
-    return false;
+}
+
+void CatalogueTroubles::take(const LogEntry&, const Logged::ScanEnded&)
+{
+    m_isScanned = true;
+    if (m_load && m_load->hasEnded) {
+        m_load->mustShowRows = true;
+    }
+}
+
+void CatalogueTroubles::take(const LogEntry&, const Logged::RowMatched&)
+{
+    if (m_load) {
+        m_load->hasRows = true;
+    }
 }
 
 /// Each entry of a loaded catalogue is matched, and logged so, as soon as a scan's result is there.
@@ -79,18 +103,4 @@ void CatalogueTroubles::finish()
          "exactly Ignored, no line has 0 there, or the answer is no catalogue but a web page, such "
          "as a login's."_s,
          u"Run the check command on the address with the user's separator."_s});
-}
-
-void CatalogueTroubles::watch(const LogEntry& entry)
-{
-    if (entry.text == "SysProfiler - data Updating..."_L1) {
-        m_isScanned = false;
-    } else if (entry.text.startsWith("SysProfiler - data updated"_L1)) {
-        m_isScanned = true;
-        if (m_load && m_load->hasEnded) {
-            m_load->mustShowRows = true;
-        }
-    } else if (entry.text.startsWith("Profiler - '"_L1) && m_load) {
-        m_load->hasRows = true;
-    }
 }

@@ -13,14 +13,23 @@ public:
     /// Troubles go to @p list, which must live longer.
     explicit CatalogueTroubles(TroubleList& list) : m_list(list) {}
 
-    /// False when the entry tells nothing of a load.
-    [[nodiscard]] bool read(const LogEntry& entry);
+    void read(const LogEntry& entry);
     /// The log has ended, or another load begins.
     void finish();
 
 private:
-    /// Looks for what a loaded catalogue leads to.
-    void watch(const LogEntry& entry);
+    void take(const LogEntry& entry, const Logged::CatalogueLoadBegun&);
+    void take(const LogEntry& entry, const Logged::CatalogueTimedOut& timeOut);
+    void take(const LogEntry& entry, const Logged::CatalogueFailed& failure);
+    void take(const LogEntry&, const Logged::CatalogueRetried&);
+    void take(const LogEntry&, const Logged::CatalogueLoadEnded&);
+    void take(const LogEntry&, const Logged::ScanBegun&) { m_isScanned = false; }
+    void take(const LogEntry&, const Logged::ScanEnded&);
+    void take(const LogEntry&, const Logged::RowMatched&);
+    template <typename Other>
+    void take(const LogEntry&, const Other&)
+    {}
+    void noteFailure();
 
     /// What is known of the last load of the catalogue.
     struct Load

@@ -3,9 +3,8 @@
 #include "companion/archive/unzipresult.h"
 #include "companion/log/troublelist.h"
 
-#include <QRegularExpression>
-
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -18,9 +17,9 @@ QString quotedList(const QStringList& names)
 
 } // namespace
 
-bool DownloadTroubles::read(const LogEntry& entry)
+void DownloadTroubles::read(const LogEntry& entry)
 {
-    return readDownload(entry) || readExtraction(entry);
+    std::visit([&](const auto& event) { take(entry, event); }, entry.event);
 }
 
 void DownloadTroubles::finish()
@@ -30,31 +29,14 @@ void DownloadTroubles::finish()
     }
 }
 
-bool DownloadTroubles::readDownload(const LogEntry& entry)
+void DownloadTroubles::take(const LogEntry&, const Logged::DownloadFolderSet& set)
 {
-    static const QRegularExpression begun(u"^Download - '(.*)' → (.*)$"_s,
-                                          QRegularExpression::DotMatchesEverythingOption);
-    if (const auto folder = textBehind(entry.text, "Config - Download folder: "_L1)) {
-        m_downloadFolder = *folder;
-        return true;
-    }
-    if (const auto match = begun.match(entry.text); match.hasMatch()) {
-        beginDownload(entry, match.captured(1), match.captured(2));
-        return true;
-    }
-    if (const auto path = textBehind(entry.text, "Download - Saved: "_L1)) {
-        endDownload(path->section(u'/', -1));
-        return true;
-    }
-    if (const auto error = textBehind(entry.text, "Download - Error: "_L1)) {
-        failDownload(entry, *error);
-        return true;
-    }
-    return false;
+    m_downloadFolder = set.folder;
 }
 
-void DownloadTroubles::failDownload(const LogEntry& entry, const QString& error)
+void DownloadTroubles::take(const LogEntry& entry, const Logged::DownloadFailed& failure)
 {
+    const QString& error = failure.error;
     QStringList names;
     for (const Running& download : std::as_const(m_downloads)) {
         // What a server replied comes with the address.
@@ -69,36 +51,38 @@ void DownloadTroubles::failDownload(const LogEntry& entry, const QString& error)
                                : u"The download of %1 failed: "_s.arg(quotedList(names)) + error,
                networkAdvice(error));
     if (names.size() == 1) {
-        m_downloads.removeIf([&](const Running& d) { return d.name == names.constFirst(); });
+        drop(names.constFirst());
     }
 }
 
-void DownloadTroubles::beginDownload(const LogEntry& entry, const QString& name,
-                                     const QString& target)
+void DownloadTroubles::take(const LogEntry& entry, const Logged::DownloadBegun& download)
 {
-    const auto former =
-        std::find_if(m_downloads.begin(), m_downloads.end(),
-                     [&name](const Running& download) { return download.name == name; });
-    if (target.startsWith("aborted, "_L1)) {
-        if (former != m_downloads.end()) {
-            m_downloads.erase(former);
+    for (const Running& former : std::as_const(m_downloads)) {
+        if (former.name == download.row) {
+            reportUnsaved(former);
         }
-        return;
     }
-    if (former != m_downloads.end()) {
-        reportUnsaved(*former);
-        m_downloads.erase(former);
-    }
-    m_downloads.append({name, QUrl(target), entry});
+    drop(download.row);
+    m_downloads.append({download.row, QUrl(download.address), entry});
 }
 
-void DownloadTroubles::endDownload(const QString& fileName)
+void DownloadTroubles::take(const LogEntry&, const Logged::DownloadAborted& download)
 {
+    drop(download.row);
+}
+
+void DownloadTroubles::drop(const QString& row)
+{
+    m_downloads.removeIf([&row](const Running& download) { return download.name == row; });
+}
+
+void DownloadTroubles::take(const LogEntry&, const Logged::DownloadSaved& file)
+{
+    const QString name = file.path.section(u'/', -1);
     const auto ended =
-        std::find_if(m_downloads.begin(), m_downloads.end(), [&fileName](const Running& download) {
-            const QString address = download.url.toString();
-            return address.endsWith(u'/' + fileName) ||
-                   download.url.fileName(QUrl::FullyDecoded) == fileName;
+        std::find_if(m_downloads.begin(), m_downloads.end(), [&name](const Running& download) {
+            return download.url.toString().endsWith(u'/' + name) ||
+                   download.url.fileName(QUrl::FullyDecoded) == name;
         });
     if (ended != m_downloads.end()) {
         m_downloads.erase(ended);
@@ -128,50 +112,46 @@ void DownloadTroubles::reportUnsaved(const Running& download)
          "folder in it."_s.arg(folder)});
 }
 
-bool DownloadTroubles::readExtraction(const LogEntry& entry)
+void DownloadTroubles::take(const LogEntry& entry, const Logged::ExtractionBegun& extraction)
 {
-    static const QRegularExpression failed(
-        u"^Extract - Failed \\(exit code (\\d+)\\)(?:: (.*))?$"_s,
-        QRegularExpression::DotMatchesEverythingOption);
-    if (const auto target = textBehind(entry.text, "Extract - Starting: "_L1)) {
-        m_extractions.append({target->section(u" → "_s, 0, -2), {}, entry});
-        return true;
-    }
-    if (const auto match = failed.match(entry.text); match.hasMatch()) {
-        const int code = match.captured(1).toInt();
-        const QString said = match.captured(2).simplified();
-        m_list.add(
-            entry, Severity::Error, u"extraction-failed"_s,
-            u"%1 was not unpacked: unzip ended with code %2, that is, %3."_s.arg(
-                quotedList(endExtraction()), QString::number(code), unzipMeaning(code)),
-            {said.isEmpty() ? u"unzip said nothing more."_s : u"unzip said: "_s + said,
-             u"Run the archive command on the file that lies on the server; if it is sound there, "
-             "let the user download it again. The archive and its work folder "
-             "\".quillmere_extract\" are left in the download folder and may be removed."_s});
-        return true;
-    }
-    if (entry.text == "Extract - Done"_L1) {
-        m_lastArchives = endExtraction();
-        return true;
-    }
-    if (entry.text == "Extract - No installable file found in archive"_L1) {
-        m_list.add(
-            entry, Severity::Error, u"extraction-empty"_s,
-            u"%1 was unpacked, but nothing in it can be opened."_s.arg(quotedList(m_lastArchives)),
-            {u"It holds no application, package or disk image, or uninstallers and hidden items "
-             "only."_s,
-             u"Run the archive command on it, and make it anew."_s});
-        return true;
-    }
-    if (const auto reason = textBehind(entry.text, "Extract - Cannot start unzip: "_L1)) {
-        m_list.add(entry, Severity::Error, u"unzip-missing"_s,
-                   u"%1 was not unpacked: unzip could not be started (%2)."_s.arg(
-                       quotedList(endExtraction()), *reason),
-                   {u"/usr/bin/unzip is missing or may not be run."_s,
-                    u"Restore it; the wait window that stays open may be closed."_s});
-        return true;
-    }
-    return false;
+    m_extractions.append({extraction.archive, {}, entry});
+}
+
+void DownloadTroubles::take(const LogEntry& entry, const Logged::ExtractionFailed& failure)
+{
+    m_list.add(
+        entry, Severity::Error, u"extraction-failed"_s,
+        u"%1 was not unpacked: unzip ended with code %2, that is, %3."_s.arg(
+            quotedList(endExtraction()), QString::number(failure.exitCode),
+            unzipMeaning(failure.exitCode)),
+        {failure.said.isEmpty() ? u"unzip said nothing more."_s : u"unzip said: "_s + failure.said,
+         u"Run the archive command on the file that lies on the server; if it is sound there, "
+         "let the user download it again. The archive and its work folder "
+         "\".quillmere_extract\" are left in the download folder and may be removed."_s});
+}
+
+void DownloadTroubles::take(const LogEntry&, const Logged::ExtractionDone&)
+{
+    m_lastArchives = endExtraction();
+}
+
+void DownloadTroubles::take(const LogEntry& entry, const Logged::NothingToOpen&)
+{
+    m_list.add(
+        entry, Severity::Error, u"extraction-empty"_s,
+        u"%1 was unpacked, but nothing in it can be opened."_s.arg(quotedList(m_lastArchives)),
+        {u"It holds no application, package or disk image, or uninstallers and hidden items "
+         "only."_s,
+         u"Run the archive command on it, and make it anew."_s});
+}
+
+void DownloadTroubles::take(const LogEntry& entry, const Logged::UnzipNotStarted& failure)
+{
+    m_list.add(entry, Severity::Error, u"unzip-missing"_s,
+               u"%1 was not unpacked: unzip could not be started (%2)."_s.arg(
+                   quotedList(endExtraction()), failure.reason),
+               {u"/usr/bin/unzip is missing or may not be run."_s,
+                u"Restore it; the wait window that stays open may be closed."_s});
 }
 
 QStringList DownloadTroubles::endExtraction()

@@ -14,8 +14,7 @@ public:
     /// Troubles go to @p list, which must live longer.
     explicit DownloadTroubles(TroubleList& list) : m_list(list) {}
 
-    /// False when the entry tells nothing of downloads and archives.
-    [[nodiscard]] bool read(const LogEntry& entry);
+    void read(const LogEntry& entry);
     /// The log has ended.
     void finish();
 
@@ -28,13 +27,22 @@ private:
         LogEntry begin;
     };
 
-    bool readDownload(const LogEntry& entry);
-    /// @p target is the address, or what became of a download instead of it.
-    void beginDownload(const LogEntry& entry, const QString& name, const QString& target);
-    void failDownload(const LogEntry& entry, const QString& error);
-    void endDownload(const QString& fileName);
+    void take(const LogEntry&, const Logged::DownloadFolderSet& set);
+    void take(const LogEntry& entry, const Logged::DownloadBegun& download);
+    void take(const LogEntry&, const Logged::DownloadAborted& download);
+    void take(const LogEntry&, const Logged::DownloadSaved& file);
+    void take(const LogEntry& entry, const Logged::DownloadFailed& failure);
+    void take(const LogEntry& entry, const Logged::ExtractionBegun& extraction);
+    void take(const LogEntry&, const Logged::ExtractionDone&);
+    void take(const LogEntry& entry, const Logged::ExtractionFailed& failure);
+    void take(const LogEntry& entry, const Logged::NothingToOpen&);
+    void take(const LogEntry& entry, const Logged::UnzipNotStarted& failure);
+    template <typename Other>
+    void take(const LogEntry&, const Other&)
+    {}
+    /// Forgets the download of @p row, if there is one.
+    void drop(const QString& row);
     void reportUnsaved(const Running& download);
-    bool readExtraction(const LogEntry& entry);
     /// The archives of which one has ended now.
     QStringList endExtraction();
 

@@ -49,7 +49,8 @@ int runExplain(const QStringList& arguments, QTextStream& out, QTextStream& err)
     if (!log.error.isEmpty()) {
         return line.fail(log.error, err);
     }
-    if (readClientLog(log.bytes).isEmpty()) {
+    const QList<LogEntry> entries = readClientLog(log.bytes);
+    if (entries.isEmpty()) {
         return line.fail(place + ": no log of the client"_L1, err);
     }
 
@@ -58,7 +59,7 @@ int runExplain(const QStringList& arguments, QTextStream& out, QTextStream& err)
     const Wording worded = [&anonymizer, isAnonymous](const QString& text) {
         return printable(isAnonymous ? anonymizer.anonymous(text) : text);
     };
-    const QList<Trouble> troubles = logTroubles(log.bytes);
+    const QList<Trouble> troubles = logTroubles(entries);
     for (const Trouble& trouble : troubles) {
         writeTrouble(trouble, worded, out);
     }

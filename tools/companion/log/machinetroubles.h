@@ -4,6 +4,5 @@ struct LogEntry;
 class TroubleList;
 
 /// What goes wrong with the scan, the versions, the matches and the settings of a machine: adds it
-/// to
-/// @p list. False when the entry tells nothing of them.
-[[nodiscard]] bool readMachineTroubles(const LogEntry& entry, TroubleList& list);
+/// to @p list.
+void readMachineTroubles(const LogEntry& entry, TroubleList& list);

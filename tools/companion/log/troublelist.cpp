@@ -19,8 +19,3 @@ void TroubleList::add(const LogEntry& entry, Severity severity, const QString& k
     m_troubles.append(
         {entry.line, entry.time, severity, kind, problem, advice.cause, advice.remedy, count});
 }
-
-std::optional<QString> textBehind(const QString& text, QLatin1StringView prefix)
-{
-    return text.startsWith(prefix) ? std::optional(text.sliced(prefix.size())) : std::nullopt;
-}

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "companion/log/networkadvice.h"
-#include "companion/log/troubles.h"
+#include "companion/log/trouble.h"
 
-#include <optional>
+#include <QList>
 
 struct LogEntry;
 
@@ -18,6 +18,3 @@ public:
 private:
     QList<Trouble> m_troubles;
 };
-
-/// What follows @p prefix in @p text; nothing when the text begins otherwise.
-[[nodiscard]] std::optional<QString> textBehind(const QString& text, QLatin1StringView prefix);

@@ -24,13 +24,16 @@ void readOther(const LogEntry& entry, TroubleList& list)
 
 } // namespace
 
-QList<Trouble> logTroubles(const QByteArray& log)
+QList<Trouble> logTroubles(const QList<LogEntry>& log)
 {
     TroubleList list;
     CatalogueTroubles catalogue(list);
     DownloadTroubles downloads(list);
-    for (const LogEntry& entry : readClientLog(log)) {
-        if (!catalogue.read(entry) && !downloads.read(entry) && !readMachineTroubles(entry, list)) {
+    for (const LogEntry& entry : log) {
+        catalogue.read(entry);
+        downloads.read(entry);
+        readMachineTroubles(entry, list);
+        if (std::holds_alternative<std::monostate>(entry.event)) {
             readOther(entry, list);
         }
     }
