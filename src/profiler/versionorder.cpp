@@ -6,7 +6,7 @@
 
 namespace {
 
-QStringView withoutNote(const QString& version)
+QStringView beforeBracket(const QString& version)
 {
     const QStringView text(version);
     const qsizetype bracket = text.indexOf(u'(');
@@ -29,8 +29,8 @@ int leadingNumber(QStringView part)
 
 int compareVersions(const QString& a, const QString& b)
 {
-    const auto partsOfA = withoutNote(a).split(u'.');
-    const auto partsOfB = withoutNote(b).split(u'.');
+    const auto partsOfA = beforeBracket(a).split(u'.');
+    const auto partsOfB = beforeBracket(b).split(u'.');
     const qsizetype common = std::min(partsOfA.size(), partsOfB.size());
     for (qsizetype i = 0; i < common; ++i) {
         const int numberOfA = leadingNumber(partsOfA[i]);

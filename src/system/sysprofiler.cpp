@@ -11,6 +11,7 @@
 #include <QXmlStreamReader>
 
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -148,7 +149,7 @@ QString SysProfiler::getVersion(const QString& name)
     if (const auto cached = m_versionCache.constFind(name); cached != m_versionCache.cend()) {
         return *cached;
     }
-    const QString version = withoutNote(findPlistVersion(name));
+    const QString version = firstWord(findPlistVersion(name));
     m_versionCache.insert(name, version);
     if (version.isEmpty()) {
         Debug(Debug::Warning) << "SysProfiler - Cannot read version for '" << name
@@ -168,7 +169,7 @@ QString SysProfiler::findBundleVersion(const QString& path)
     return version.isEmpty() ? findPlistValue(path, u"CFBundleLongVersionString"_s) : version;
 }
 
-QString SysProfiler::withoutNote(const QString& bundleVersion)
+QString SysProfiler::firstWord(const QString& bundleVersion)
 {
     return bundleVersion.section(u' ', 0, 0);
 }

@@ -57,7 +57,7 @@ public:
     /// The version in the Info.plist at @p path as it stands there; empty on any failure.
     [[nodiscard]] static QString findBundleVersion(const QString& path);
     /// A bundle's version as getVersion() tells it: up to the first blank.
-    [[nodiscard]] static QString withoutNote(const QString& bundleVersion);
+    [[nodiscard]] static QString firstWord(const QString& bundleVersion);
     /// The value of @p key in the property list at @p path; empty on any failure. Where the file is
     /// no XML text, `plutil` is asked, which may take up to 30 s.
     [[nodiscard]] static QString findPlistValue(const QString& path, const QString& key);

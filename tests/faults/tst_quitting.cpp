@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <csignal>
 #include <optional>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 

@@ -85,7 +85,7 @@ QString bundleVersion(const QByteArray& propertyList)
         return {};
     }
     file.close();
-    return SysProfiler::withoutNote(SysProfiler::findBundleVersion(file.fileName()));
+    return SysProfiler::firstWord(SysProfiler::findBundleVersion(file.fileName()));
 }
 
 Finding comparedVersions(const QString& bundle, const QString& version,
