@@ -4,7 +4,9 @@
 #include "app/buildinfo.h"
 #include "app/debug.h"
 #include "ui/aboutdialog.h"
+#include "ui/columnfitter.h"
 #include "ui/preferencedialog.h"
+#include "ui/verdictdelegate.h"
 #include "ui/waitdialog.h"
 
 #include <QApplication>
@@ -15,19 +17,6 @@
 #include <QUrl>
 
 using namespace Qt::Literals::StringLiterals;
-
-namespace {
-
-/// Scrolls the row into view whose button has got the focus.
-void showRowOf(const QWidget* focused, QTableWidget& table)
-{
-    const QWidget* viewport = table.viewport();
-    if (focused && viewport->isAncestorOf(focused)) {
-        table.scrollTo(table.indexAt(focused->mapTo(viewport, focused->rect().center())));
-    }
-}
-
-} // namespace
 
 MainWindow::MainWindow(QWidget* parent)
     : QMainWindow(parent)
@@ -49,9 +38,7 @@ MainWindow::MainWindow(QWidget* parent)
 
 MainWindow::~MainWindow()
 {
-    // While all members are there: these would still report to the window, and the focus to its
-    // table, when they are destroyed.
-    disconnect(qApp, nullptr, m_ui->tableWidget, nullptr);
+    // While all members are there: these would still report to the window when they are destroyed.
     abandonExtractions();
     abandonDownloads();
 }
@@ -61,9 +48,8 @@ void MainWindow::ui_init()
     m_ui->setupUi(this);
     setWindowTitle(BuildInfo::productName() + " v"_L1 + BuildInfo::productVersion());
     setFixedWidth(630);
-    m_ui->tableWidget->setColumnWidth(0, 211);
-    m_ui->tableWidget->setColumnWidth(1, 174);
-    m_ui->tableWidget->setColumnWidth(2, 174);
+    m_columns = new ColumnFitter(*m_ui->tableWidget, {211, 174, 174});
+    m_ui->tableWidget->setItemDelegate(new VerdictDelegate(m_ui->tableWidget));
     // Tab leaves the table for the buttons of its rows.
     m_ui->tableWidget->setTabKeyNavigation(false);
     m_ui->tableWidget->setAccessibleName(tr("Applications"));
@@ -83,11 +69,6 @@ void MainWindow::ui_connect()
     connect(m_ui->actionOpenLog, &QAction::triggered, this, &MainWindow::openLogFile);
     connect(m_ui->LoadButton, &QPushButton::clicked, this, &MainWindow::action_loadSysData);
     connect(&m_profiler, &Profiler::workFinished, this, &MainWindow::onSysDataLoaded);
-    // The table as context: focus still changes while a window without its members closes.
-    connect(qApp, &QApplication::focusChanged, m_ui->tableWidget,
-            [table = m_ui->tableWidget](const QWidget*, const QWidget* focused) {
-                showRowOf(focused, *table);
-            });
 }
 
 void MainWindow::ui_shortcut()

@@ -11,6 +11,7 @@
 
 #include <memory>
 
+class ColumnFitter;
 class QNetworkReply;
 class QTableWidgetItem;
 class WaitDialog;
@@ -141,6 +142,7 @@ private:
     QStringList m_webAppNames;
     QList<Application> m_applications;
     QList<QTableWidgetItem*> m_localVersionItems; ///< column 1, owned by the table
+    ColumnFitter* m_columns = nullptr;            ///< owned by the table
     WaitDialog* m_waitDialog = nullptr;           ///< created when first needed
     QNetworkAccessManager m_network;
     QHash<int, Download> m_downloads; ///< by row

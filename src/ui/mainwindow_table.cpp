@@ -2,10 +2,12 @@
 #include "ui_mainwindow.h"
 
 #include "profiler/rowverdict.h"
+#include "ui/columnfitter.h"
+#include "ui/rowbutton.h"
+#include "ui/versionlabel.h"
 
 #include <QApplication>
 #include <QHBoxLayout>
-#include <QLabel>
 #include <QPushButton>
 #include <QTextDocument>
 
@@ -31,7 +33,7 @@ QString plainToolTip(const QString& text)
 QPushButton* newRowButton(const QString& name, const QString& text, const QString& toolTip,
                           QWidget* cell)
 {
-    auto* button = new QPushButton(text, cell);
+    auto* button = new RowButton(text, cell);
     button->setObjectName(name);
     button->setFixedSize(24, 24);
     button->setToolTip(plainToolTip(toolTip));
@@ -67,10 +69,16 @@ void MainWindow::table_init()
         table->setFocus(); // else it would go from row to row as they go, and leave the table
     }
     table_clear();
+    m_columns->reset();
     const int rows = int(std::min(m_webAppNames.size(), m_applications.size()));
     if (rows > 0) {
         // All at once: inserting rows one by one into a visible table is quadratic.
         table->setRowCount(rows);
+        // While it has no cells, which would be laid out twice: row numbers and scroll bar take
+        // their room from the columns.
+        table->doItemsLayout();
+        table->selectionModel()->setCurrentIndex(table->model()->index(0, 0),
+                                                 QItemSelectionModel::NoUpdate);
         m_localVersionItems.reserve(rows);
         for (int row = 0; row < rows; ++row) {
             fillRow(row);
@@ -116,7 +124,7 @@ QWidget* MainWindow::newCatalogueCell(int row)
     layout->setContentsMargins(4, 0, 4, 0);
     layout->setSpacing(4);
 
-    auto* version = new QLabel(application.getWebVersion(), cell);
+    auto* version = new VersionLabel(application.getWebVersion(), cell);
     version->setTextFormat(Qt::PlainText); // a version is not markup
     version->setAlignment(Qt::AlignCenter);
     layout->addWidget(version, 1);

@@ -1,6 +1,7 @@
 #include "faults/faultwindow.h"
 
 #include "support/modalbox.h"
+#include "support/windowclick.h"
 #include "ui/preferencedialog.h"
 
 #include <QAction>
@@ -189,7 +190,7 @@ bool FaultWindow::changePreferences(const std::function<void(PreferenceDialog&)>
             isDone = true;
             use(*dialog);
             auto* buttons = dialog->findChild<QDialogButtonBox*>(u"buttonBox"_s);
-            buttons->button(QDialogButtonBox::Ok)->click();
+            windowClick(buttons->button(QDialogButtonBox::Ok));
         }
     });
     timer.start(5);
@@ -225,7 +226,7 @@ bool FaultWindow::windowStillWorks()
     const BoxAnswerer boxes(QMessageBox::Ok);
     reload();
     const qsizetype openedBefore = openedUrls().size();
-    window().findChild<QPushButton*>(u"LoadButton"_s)->click();
+    windowClick(window().findChild<QPushButton*>(u"LoadButton"_s));
     return isSame("the number of boxes", boxes.count(), qsizetype(0)) && waitForScan() &&
            isSame("the table", rows(), goodRows) && downloadsAndOpens() &&
            isSame("the number of openings", openedUrls().size(), openedBefore + 1) &&

@@ -3,6 +3,7 @@
 #include "faults/plainrights.h"
 #include "faults/steeredprogram.h"
 #include "support/modalbox.h"
+#include "support/windowclick.h"
 #include "ui/preferencedialog.h"
 
 #include <QAction>
@@ -204,7 +205,7 @@ void TestMachine::inject(const QByteArray& script) const
 
 void TestMachine::pressScan()
 {
-    m_window->window().findChild<QPushButton*>(u"LoadButton"_s)->click();
+    windowClick(m_window->window().findChild<QPushButton*>(u"LoadButton"_s));
     QVERIFY(m_window->isWaitDialogVisible());
     QVERIFY(m_window->waitForScan());
     QVERIFY(!m_window->isWaitDialogVisible());
@@ -220,7 +221,7 @@ bool TestMachine::repairByReset()
 {
     const BoxAnswerer answers(QMessageBox::Ok);
     const bool isDone = m_window->changePreferences([&](PreferenceDialog& dialog) {
-        dialog.findChild<QPushButton*>(u"resetButton"_s)->click();
+        windowClick(dialog.findChild<QPushButton*>(u"resetButton"_s));
         const auto type = [&](const QString& name, const QString& text) {
             dialog.findChild<QLineEdit*>(name)->setText(text);
         };
@@ -674,7 +675,7 @@ void TestMachine::settingsCannotBeReset()
         if (isDiskFull) {
             fullDisk.emplace();
         }
-        dialog.findChild<QPushButton*>(u"resetButton"_s)->click();
+        windowClick(dialog.findChild<QPushButton*>(u"resetButton"_s));
         QCOMPARE(answers.titles(), QStringList{u"Error"_s});
         QCOMPARE(answers.texts(), QStringList{u"Failed to restore default configuration."_s});
         // The old file goes before the new one comes, which the disk has no room for.

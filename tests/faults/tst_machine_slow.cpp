@@ -57,7 +57,7 @@ void TestMachineSlow::findDoesNotEnd()
     auto* button = window.window().findChild<QPushButton*>(u"LoadButton"_s);
     QElapsedTimer timer;
     timer.start();
-    button->click();
+    windowClick(button);
     QVERIFY(window.isWaitDialogVisible());
     const auto pid = [&] { return PrivateHome::read(home + "/pid"_L1).trimmed().toInt(); };
     QTRY_VERIFY_WITH_TIMEOUT(pid() != 0, 20'000);
@@ -87,7 +87,7 @@ void TestMachineSlow::plutilDoesNotEnd()
     const PrivateHome& home = window.machine().home();
     home.write(u"Bundles/Atlas.app/Contents/Info.plist"_s, "bplist00");
     window.machine().standIns().add(u"plutil"_s, "exec sleep 100\n");
-    window.window().findChild<QPushButton*>(u"LoadButton"_s)->click();
+    windowClick(window.window().findChild<QPushButton*>(u"LoadButton"_s));
     // Asked twice, for 30 s each; the window stands still meanwhile.
     QVERIFY(QTest::qWaitFor([&] { return !window.isWaitDialogVisible(); }, 120'000));
     QCOMPARE(window.rows().first(), u"Atlas |  | 2.0 ⤓ #ffdada"_s);
@@ -98,3 +98,4 @@ void TestMachineSlow::plutilDoesNotEnd()
 
 QTEST_MAIN(TestMachineSlow)
 #include "tst_machine_slow.moc"
+#include "support/windowclick.h"

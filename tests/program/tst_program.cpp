@@ -22,6 +22,7 @@
 #include <functional>
 #include <iterator>
 #include <optional>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -61,6 +62,46 @@ bool showsAllColors(const QImage& picture)
     return std::all_of(pixels.cbegin(), pixels.cend(), [](int count) { return count > 5'000; });
 }
 
+/// What a picture of the window shows of one of the table's rows, in the picture's pixels.
+struct ShownRow
+{
+    int top = 0;
+    int height = 0;
+    int button = -1; ///< the middle of its button from the left; -1 where none is whole in width
+};
+
+/// The middle of the button that begins a little below @p y.
+int buttonIn(const QImage& picture, int y)
+{
+    int width = 0;
+    for (int x = 0; x < picture.width(); ++x) {
+        width = picture.pixel(x, y + 5) == 0xffd0d0d0 ? width + 1 : 0;
+        if (width == 18) { // of 24, less the border and its round corners
+            return x - 9;
+        }
+    }
+    return -1;
+}
+
+/// The rows from the top, all of them grey, where no text covers them.
+QList<ShownRow> shownRows(const QImage& picture)
+{
+    const QRgb grey = 0xffd4d4d4;
+    const int x = 300; // in the column of the installed versions
+    QList<ShownRow> rows;
+    for (int y = 0, height = 0; y < picture.height(); ++y) {
+        if (picture.pixel(x, y) == grey) {
+            ++height;
+            continue;
+        }
+        if (height >= 8) {
+            rows.append({y - height, height, buttonIn(picture, y - height)});
+        }
+        height = 0;
+    }
+    return rows;
+}
+
 } // namespace
 
 /// Runs the built program as its user does: its own process, real windows under a window manager,
@@ -80,6 +121,8 @@ private Q_SLOTS:
     void endsByItselfWhenClosedDuringTheFirstLoad();
     void endsByItselfWhenClosedBeforeTheRetry();
     void runsWithoutALogFolder();
+    void clickAsksForTheRowThatWasMeant_data();
+    void clickAsksForTheRowThatWasMeant();
 
 private:
     void writeSettings(const QString& baseUrl);
@@ -95,6 +138,12 @@ private:
                              const std::function<bool()>& isDone) const;
     void closeBox();
     [[nodiscard]] QImage picture() const;
+    /// Lists @p count applications that nobody has installed, and shows the window as it opens.
+    void showTable(int count);
+    /// Clicks with the display's mouse on a row's button; whether that asks once for the installer
+    /// of @p entry, and a second click there ends the download.
+    [[nodiscard]] bool clickAsksFor(int entry, const ShownRow& row);
+    void turnWheel(int notches) const;
     [[nodiscard]] bool hasLogged(const QString& text) const;
     /// Closes the main window and watches the program's end, in which no other window may show.
     void closeAndVerifyTheEnd();
@@ -388,6 +437,96 @@ void TestProgram::runsWithoutALogFolder()
     }
     QCOMPARE(lines.mid(0, 7), banner());
     QCOMPARE(PrivateHome::read(m_home->path() + "/Library"_L1), "a file in the folder's place\n");
+}
+
+void TestProgram::showTable(int count)
+{
+    writeSettings(m_server->url());
+    QByteArray catalogue = "Name;Version;Release date;Filename;Ignored\n";
+    for (int i = 0; i < count; ++i) {
+        const QByteArray file = "app" + QByteArray::number(i) + ".dmg";
+        catalogue += "Application " + QByteArray::number(i) + ";1.0;;" + file + ";0\n";
+        m_server->reply("s/"_L1 + QString::fromLatin1(file),
+                        {.body = "ab", .manner = HttpReply::Stall, .announcedLength = 4});
+    }
+    m_server->reply(u"catalogue.csv"_s, {.body = catalogue});
+    start();
+    QTRY_VERIFY_WITH_TIMEOUT(hasLogged(u"SysProfiler - data updated"_s), 30'000);
+    QTRY_COMPARE_WITH_TIMEOUT(windows(), QStringList{title}, 10'000);
+    xdotool({u"windowactivate"_s, u"--sync"_s, windowId(title)});
+    QTRY_VERIFY_WITH_TIMEOUT(shownRows(picture()).size() > 10, 10'000);
+    QCOMPARE(picture().size(), QSize(630, 563));
+}
+
+bool TestProgram::clickAsksFor(int entry, const ShownRow& row)
+{
+    if (row.button < 0) {
+        qWarning("row %d shows no button", entry);
+        return false;
+    }
+    const QStringList before = m_server->requests();
+    const QString x = QString::number(row.button);
+    const QString y = QString::number(row.top + 6);
+    const QStringList click{u"mousemove"_s, u"--window"_s, windowId(title), x, y,
+                            u"click"_s,     u"1"_s};
+    const QStringList after = before + QStringList{u"/s/app%1.dmg"_s.arg(entry)};
+    xdotool(click);
+    if (!QTest::qWaitFor([&] { return m_server->requests().size() > before.size(); }, 10'000) ||
+        m_server->requests() != after) {
+        qWarning() << "asked for" << m_server->requests().mid(before.size());
+        return false;
+    }
+    xdotool(click);
+    return QTest::qWaitFor([this] { return m_server->openConnections() == 0; }, 10'000) &&
+           m_server->requests() == after;
+}
+
+void TestProgram::turnWheel(int notches) const
+{
+    const QImage before = picture();
+    xdotool({u"mousemove"_s, u"--window"_s, windowId(title), u"300"_s, u"300"_s, u"click"_s,
+             u"--repeat"_s, QString::number(notches), u"5"_s});
+    // Once it has come to rest.
+    QImage last = before;
+    QVERIFY(QTest::qWaitFor([&] {
+        const QImage now = picture();
+        return now != before && now == std::exchange(last, now);
+    }));
+}
+
+void TestProgram::clickAsksForTheRowThatWasMeant_data()
+{
+    QTest::addColumn<int>("count");
+    QTest::newRow("28 entries") << 28;
+    QTest::newRow("150 entries") << 150;
+}
+
+void TestProgram::clickAsksForTheRowThatWasMeant()
+{
+    QFETCH(int, count);
+    showTable(count);
+    QList<ShownRow> rows = shownRows(picture());
+    const int whole = rows.constFirst().height;
+    const int half = int(rows.size()) - 1;
+    QVERIFY2(rows[half].height < whole, "no row is cut by the table's lower edge");
+    QVERIFY(clickAsksFor(half, rows[half]));
+    QVERIFY(clickAsksFor(0, rows[0]));
+    QVERIFY(clickAsksFor(half - 1, rows[half - 1]));
+
+    // From a row's button, which the click before gave the focus, to the next; then elsewhere.
+    const QImage before = picture();
+    xdotool({u"key"_s, u"Tab"_s});
+    QTRY_VERIFY_WITH_TIMEOUT(shownRows(picture()).size() > half && picture() != before, 10'000);
+    rows = shownRows(picture());
+    QVERIFY(clickAsksFor(half, rows[half - 1]));
+    QVERIFY(clickAsksFor(1, rows[0]));
+
+    turnWheel(count);
+    rows = shownRows(picture());
+    QVERIFY(clickAsksFor(count - 1, rows.constLast()));
+    // The row that the end of the scrolling leaves half, at the upper edge.
+    QVERIFY(clickAsksFor(count - 2, rows[rows.size() - 2]));
+    closeAndVerifyTheEnd();
 }
 
 QTEST_GUILESS_MAIN(TestProgram)

@@ -5,6 +5,7 @@
 #include "soak/steadyserver.h"
 #include "support/privatehome.h"
 #include "support/standin.h"
+#include "support/windowclick.h"
 #include "ui/mainwindow.h"
 
 #include <QDesktopServices>
@@ -165,7 +166,8 @@ void TestSoak::download(int row)
     const QString installer = row == archiveRow ? u"Tool.pkg"_s : u"tool.dmg"_s;
     const QString path = m_home->path() + "/Downloads/"_L1 + installer;
     m_opened.clear();
-    m_table->cellWidget(row, 2)->findChild<QPushButton*>(u"downloadBtn"_s)->click();
+    m_table->scrollToItem(m_table->item(row, 0));
+    windowClick(m_table->cellWidget(row, 2)->findChild<QPushButton*>(u"downloadBtn"_s));
     QTRY_COMPARE_WITH_TIMEOUT(m_opened, path, patience);
     QTRY_VERIFY_WITH_TIMEOUT(m_loadButton->isEnabled(), patience); // the scan that follows
     QCOMPARE(QFileInfo(path).size(), row == archiveRow ? 10'000 : 100'000);

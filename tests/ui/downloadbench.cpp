@@ -2,6 +2,7 @@
 
 #include "ui/quietplatform.h"
 #include "ui/waitdialog.h"
+#include "support/windowclick.h"
 
 #include <QDesktopServices>
 #include <QDir>
@@ -163,14 +164,24 @@ QPushButton* DownloadBench::button(int row, const QString& name) const
     return table()->cellWidget(row, 2)->findChild<QPushButton*>(name);
 }
 
-void DownloadBench::pressDownload(int row) const
+void DownloadBench::pressDownload(int row, const char* file, int line) const
 {
-    button(row, u"downloadBtn"_s)->click();
+    press(row, u"downloadBtn"_s, file, line);
 }
 
-void DownloadBench::pressCancel(int row) const
+void DownloadBench::pressCancel(int row, const char* file, int line) const
 {
-    button(row, u"cancelBtn"_s)->click();
+    press(row, u"cancelBtn"_s, file, line);
+}
+
+void DownloadBench::press(int row, const QString& name, const char* file, int line) const
+{
+    QPushButton* pressed = button(row, name);
+    if (m_window->isVisible()) {
+        windowClick(pressed, file, line);
+    } else {
+        pressed->click();
+    }
 }
 
 QString DownloadBench::look(int row) const

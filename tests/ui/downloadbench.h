@@ -106,9 +106,11 @@ public:
     [[nodiscard]] QTableWidgetItem* item(int row, int column) const;
     [[nodiscard]] QLabel* label(int row) const;
     [[nodiscard]] QPushButton* button(int row, const QString& name) const;
-    /// Presses "⤓" or "✕".
-    void pressDownload(int row) const;
-    void pressCancel(int row) const;
+    /// Presses "⤓" or "✕": with the mouse, unless the window is hidden.
+    void pressDownload(int row, const char* file = __builtin_FILE(),
+                       int line = __builtin_LINE()) const;
+    void pressCancel(int row, const char* file = __builtin_FILE(),
+                     int line = __builtin_LINE()) const;
     /// What a row shows: "2.0 ⤓ #d4d4d4", "0% ✕ #d4d4d4", or, with a bar that covers that share of
     /// it, "42% ✕ bar 42".
     [[nodiscard]] QString look(int row) const;
@@ -138,6 +140,7 @@ public Q_SLOTS:
 private:
     void setCatalogue(const QByteArray& text);
     void queueReplies();
+    void press(int row, const QString& name, const char* file, int line) const;
     [[nodiscard]] QString background(int row) const;
 
     SampleMachine m_machine;

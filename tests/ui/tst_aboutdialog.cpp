@@ -2,6 +2,7 @@
 
 #include "app/buildinfo.h"
 #include "support/controlwalk.h"
+#include "support/windowclick.h"
 
 #include <QAccessible>
 #include <QApplication>
@@ -141,7 +142,7 @@ void TestAboutDialog::isAModalChildOfItsWindow()
     bool wasModal = false;
     QTimer::singleShot(0, m_dialog.get(), [this, &wasModal] {
         wasModal = m_dialog->isModal();
-        button()->click();
+        windowClick(button());
     });
     QCOMPARE(m_dialog->exec(), int(QDialog::Rejected));
     QVERIFY(wasModal);
@@ -201,7 +202,7 @@ void TestAboutDialog::textIsRichSelectableAndNotEditable()
                                                  Qt::LinksAccessibleByKeyboard);
     showActive();
     const QString before = text()->text();
-    QTest::mouseDClick(text(), Qt::LeftButton, {}, QPoint(20, text()->height() / 2));
+    windowDoubleClick(text(), QPoint(20, text()->height() / 2));
     QVERIFY(text()->hasSelectedText());
     text()->setFocus();
     QTest::keyClicks(text(), u"typed"_s);
@@ -239,7 +240,7 @@ void TestAboutDialog::linksOpenByMouse()
     showActive();
     // Down the text, where its links are and where they are not.
     for (int y = 0; y < text()->height(); y += 2) {
-        QTest::mouseClick(text(), Qt::LeftButton, {}, QPoint(100, y));
+        windowClick(text(), QPoint(100, y));
     }
     opened.links.removeDuplicates();
     QCOMPARE(opened.links,
@@ -280,9 +281,7 @@ void TestAboutDialog::buttonAndKeysCloseIt_data()
     const auto keyRow = [&row](const char* what, Qt::Key key) {
         row(what, [key](Dialog&) { QTest::keyClick(QApplication::focusWidget(), key); });
     };
-    row("a click on OK", [](Dialog& dialog) {
-        QTest::mouseClick(dialog.findChild<QPushButton*>(), Qt::LeftButton);
-    });
+    row("a click on OK", [](Dialog& dialog) { windowClick(dialog.findChild<QPushButton*>()); });
     row("the window's close button", [](Dialog& dialog) { dialog.close(); });
     keyRow("Enter", Qt::Key_Return);
     keyRow("Enter on the number pad", Qt::Key_Enter);

@@ -2,6 +2,7 @@
 
 #include "app/debug.h"
 #include "support/modalbox.h"
+#include "support/windowclick.h"
 #include "ui/waitdialog.h"
 
 #include <QApplication>
@@ -100,7 +101,7 @@ public:
     EagerUser(const WindowSetup& setup, int scans) : m_button(setup.loadButton()), m_scans(scans)
     {
         m_button->installEventFilter(this);
-        m_button->click();
+        windowClick(m_button);
     }
     [[nodiscard]] int scansLeft() const { return m_scans; }
 
@@ -781,7 +782,7 @@ void TestMainWindow::startsAScan_data()
     const auto row = [](const char* what, const std::function<void(WindowSetup&)>& request) {
         QTest::newRow(what) << request;
     };
-    row("the button", [](WindowSetup& setup) { setup.loadButton()->click(); });
+    row("the button", [](WindowSetup& setup) { windowClick(setup.loadButton()); });
     row("Control+S", [](WindowSetup& setup) {
         QTest::keyClick(&setup.window(), Qt::Key_S, Qt::ControlModifier);
     });

@@ -7,6 +7,7 @@
 #include "support/controlwalk.h"
 #include "support/modalbox.h"
 #include "support/privatehome.h"
+#include "support/windowclick.h"
 
 #include <QApplication>
 #include <QColorDialog>
@@ -135,12 +136,12 @@ QPushButton* standardButton(const PreferenceDialog& dialog, QDialogButtonBox::St
 
 void pressOk(PreferenceDialog& dialog)
 {
-    QTest::mouseClick(standardButton(dialog, QDialogButtonBox::Ok), Qt::LeftButton);
+    windowClick(standardButton(dialog, QDialogButtonBox::Ok));
 }
 
 void pressCancel(PreferenceDialog& dialog)
 {
-    QTest::mouseClick(standardButton(dialog, QDialogButtonBox::Cancel), Qt::LeftButton);
+    windowClick(standardButton(dialog, QDialogButtonBox::Cancel));
 }
 
 void pressEscape(PreferenceDialog&)
@@ -363,7 +364,7 @@ bool TestPreferenceDialog::activate()
 bool TestPreferenceDialog::reset()
 {
     const BoxAnswerer answers(QMessageBox::Ok);
-    QTest::mouseClick(button(*m_dialog, "resetButton"), Qt::LeftButton);
+    windowClick(button(*m_dialog, "resetButton"));
     return answers.titles() == QStringList{u"Success"_s} &&
            answers.texts() == QStringList{u"Default configuration restored."_s};
 }
@@ -547,7 +548,7 @@ void TestPreferenceDialog::chosenColorIsShownAndSaved()
         dialog.setCurrentColor(QColor(0x0a, 0x1b, 0x2c));
         dialog.accept();
     });
-    QTest::mouseClick(colorButton(*m_dialog, index), Qt::LeftButton);
+    windowClick(colorButton(*m_dialog, index));
     QCOMPARE(chooser.count(), 1);
     QCOMPARE(swatches(*m_dialog), expected);
     QCOMPARE(m_config->getParameters(u"color"_s), before);
@@ -567,7 +568,7 @@ void TestPreferenceDialog::chooserStartsWithTheButtonsColor()
         parent = dialog.parentWidget();
     });
     for (int index = 0; index < 4; ++index) {
-        QTest::mouseClick(colorButton(*m_dialog, index), Qt::LeftButton);
+        windowClick(colorButton(*m_dialog, index));
     }
     QCOMPARE(initial, (QList<QColor>{QColor(0x10, 0x20, 0x30), QColor(0x70, 0x80, 0x90),
                                      QColor(0x40, 0x50, 0x60), QColor(0xa0, 0xb0, 0xc0)}));
@@ -582,7 +583,7 @@ void TestPreferenceDialog::cancelledColorChooserChangesNothing()
         dialog.setCurrentColor(QColor(1, 2, 3));
         dialog.reject();
     });
-    QTest::mouseClick(colorButton(*m_dialog, 2), Qt::LeftButton);
+    windowClick(colorButton(*m_dialog, 2));
     QCOMPARE(chooser.count(), 1);
     QCOMPARE(swatches(*m_dialog), ownSwatches);
     pressOk(*m_dialog);
@@ -602,11 +603,11 @@ void TestPreferenceDialog::transparencyOfAChosenColorIsDropped()
         dialog.setCurrentColor(QColor(1, 2, 3, 64));
         dialog.accept();
     });
-    QTest::mouseClick(colorButton(*m_dialog, 3), Qt::LeftButton);
+    windowClick(colorButton(*m_dialog, 3));
     QCOMPARE(chosen, QList<QColor>{QColor(1, 2, 3, 64)});
     QCOMPARE(colorButton(*m_dialog, 3)->styleSheet(), u"background-color: #010203"_s);
     // Opened again it starts with the colour that was kept, which is opaque.
-    QTest::mouseClick(colorButton(*m_dialog, 3), Qt::LeftButton);
+    windowClick(colorButton(*m_dialog, 3));
     QCOMPARE(initialOpacity, (QList<int>{255, 255}));
     pressOk(*m_dialog);
     QCOMPARE(parameter("color", "up"), u"#010203"_s);
@@ -626,7 +627,7 @@ void TestPreferenceDialog::folderChooserStartsAtTheTypedFolder()
         QVERIFY(dialog.testOption(QFileDialog::ShowDirsOnly));
         dialog.close();
     });
-    QTest::mouseClick(button(*m_dialog, "browseButton"), Qt::LeftButton);
+    windowClick(button(*m_dialog, "browseButton"));
     QCOMPARE(seen, (QStringList{u"Download Folder"_s, folder}));
 }
 
@@ -639,7 +640,7 @@ void TestPreferenceDialog::chosenFolderIsShown()
         dialog.findChild<QLineEdit*>(u"fileNameEdit"_s)->setText(folder);
         acceptDialog(dialog);
     });
-    QTest::mouseClick(button(*m_dialog, "browseButton"), Qt::LeftButton);
+    windowClick(button(*m_dialog, "browseButton"));
     QCOMPARE(chooser.count(), 1);
     QCOMPARE(lineEdit(*m_dialog, "downloadFolder")->text(), folder);
     QCOMPARE(parameter("localconfig", "downloadFolder"), u"~/Own"_s);
@@ -652,7 +653,7 @@ void TestPreferenceDialog::cancelledFolderChooserChangesNothing()
     open(ownSettings);
     lineEdit(*m_dialog, "downloadFolder")->setText(u"typed, not there"_s);
     const Answering<QFileDialog> chooser([](QFileDialog& dialog) { dialog.close(); });
-    QTest::mouseClick(button(*m_dialog, "browseButton"), Qt::LeftButton);
+    windowClick(button(*m_dialog, "browseButton"));
     QCOMPARE(chooser.count(), 1);
     QCOMPARE(lineEdit(*m_dialog, "downloadFolder")->text(), u"typed, not there"_s);
 }
@@ -825,7 +826,7 @@ void TestPreferenceDialog::endsAfterAnEditWithoutOkWriteNothing()
             dialog.setCurrentColor(QColor(1, 2, 3));
             dialog.accept();
         });
-        QTest::mouseClick(colorButton(*m_dialog, 0), Qt::LeftButton);
+        windowClick(colorButton(*m_dialog, 0));
     }
     QVERIFY(activate());
     end(*m_dialog);
@@ -979,7 +980,7 @@ void TestPreferenceDialog::failedResetIsToldAndTheDialogStaysOpen()
     QVERIFY(QFile::remove(m_home->configPath()));
     lineEdit(*m_dialog, "csvPath")->setText(u"edited.csv"_s);
     const BoxAnswerer answers(QMessageBox::Ok);
-    QTest::mouseClick(button(*m_dialog, "resetButton"), Qt::LeftButton);
+    windowClick(button(*m_dialog, "resetButton"));
     QCOMPARE(answers.titles(), QStringList{u"Error"_s});
     QCOMPARE(answers.texts(), QStringList{u"Failed to restore default configuration."_s});
     QVERIFY(m_dialog->isVisible());
@@ -992,7 +993,7 @@ void TestPreferenceDialog::failedResetIsNotUndone()
     open(ownSettings);
     QVERIFY(QFile::remove(m_home->configPath()));
     const BoxAnswerer answers(QMessageBox::Ok);
-    QTest::mouseClick(button(*m_dialog, "resetButton"), Qt::LeftButton);
+    windowClick(button(*m_dialog, "resetButton"));
     pressCancel(*m_dialog);
     QVERIFY(!QFile::exists(m_home->configPath()));
     QCOMPARE(m_home->logLines().last(), u"[INFO] PreferenceDialog:Rejected"_s);
@@ -1110,7 +1111,7 @@ void TestPreferenceDialog::noStateIsToldByColorAlone()
         dialog.setCurrentColor(QColor(1, 2, 3));
         dialog.accept();
     });
-    QTest::mouseClick(colorButton(*m_dialog, 2), Qt::LeftButton);
+    windowClick(colorButton(*m_dialog, 2));
     QCOMPARE(spokenColors(), (QStringList{u"Base #102030"_s, u"Down #010203"_s, u"Equal #708090"_s,
                                           u"Up #a0b0c0"_s}));
 }

@@ -2,6 +2,7 @@
 #include "ui/preferencedialog.h"
 
 #include "support/modalbox.h"
+#include "support/windowclick.h"
 #include "ui/downloadbench.h"
 #include "ui/waitdialog.h"
 #include "ui/windowsetup.h"
@@ -82,7 +83,7 @@ void type(const PreferenceDialog& dialog, const char* key, const QString& text)
 
 void press(const PreferenceDialog& dialog, QDialogButtonBox::StandardButton button)
 {
-    dialog.findChild<QDialogButtonBox*>(u"buttonBox"_s)->button(button)->click();
+    windowClick(dialog.findChild<QDialogButtonBox*>(u"buttonBox"_s)->button(button));
 }
 
 void pressOk(PreferenceDialog& dialog)
@@ -257,7 +258,8 @@ void TestWindowPreferences::menuOpensTheAboutBoxOverTheWindow()
                                     [&](aboutDialog& dialog) {
                                         isModal = dialog.isModal();
                                         parent = dialog.parentWidget();
-                                        dialog.findChild<QPushButton*>(u"pushButton"_s)->click();
+                                        windowClick(
+                                            dialog.findChild<QPushButton*>(u"pushButton"_s));
                                     }),
              1);
     QVERIFY(isModal);
@@ -296,7 +298,7 @@ void TestWindowPreferences::okPassesEverySettingToTheCatalogue()
     QCOMPARE(names(), QStringList{u"Delta"_s});
     QVERIFY(waitForScan());
 
-    m_setup->table()->cellWidget(0, 2)->findChild<QPushButton*>(u"downloadBtn"_s)->click();
+    windowClick(m_setup->table()->cellWidget(0, 2)->findChild<QPushButton*>(u"downloadBtn"_s));
     QTRY_COMPARE(m_other->requests(), (QStringList{u"/own/list.csv"_s, u"/own/soft/delta.dmg"_s}));
 }
 
@@ -449,7 +451,7 @@ void TestWindowPreferences::resetKeptByEscapeIsNotReloaded()
     open();
     BoxAnswerer answers(QMessageBox::Ok);
     QVERIFY(usePreferences(m_setup->window(), [](PreferenceDialog& dialog) {
-        dialog.findChild<QPushButton*>(u"resetButton"_s)->click();
+        windowClick(dialog.findChild<QPushButton*>(u"resetButton"_s));
         pressEscape(dialog);
     }));
     QCOMPARE(answers.titles(), QStringList{u"Success"_s});
