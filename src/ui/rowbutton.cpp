@@ -4,6 +4,7 @@
 
 #include <QFocusEvent>
 #include <QPainter>
+#include <QStyleOptionButton>
 #include <QTableView>
 
 namespace {
@@ -36,4 +37,10 @@ void RowButton::paintEvent(QPaintEvent* event)
         QPainter painter(this);
         paintFocusOutline(painter, rect());
     }
+}
+
+void RowButton::initStyleOption(QStyleOptionButton* option) const
+{
+    QPushButton::initStyleOption(option);
+    option->state &= ~QStyle::State_HasFocus;
 }

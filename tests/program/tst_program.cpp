@@ -465,10 +465,20 @@ bool TestProgram::clickAsksFor(int entry, const ShownRow& row)
         return false;
     }
     const QStringList before = m_server->requests();
-    const QString x = QString::number(row.button);
-    const QString y = QString::number(row.top + 6);
-    const QStringList click{u"mousemove"_s, u"--window"_s, windowId(title), x, y,
-                            u"click"_s,     u"1"_s};
+    // The pointer leaves the button, which would look different under it.
+    const QString id = windowId(title);
+    const QStringList click{u"mousemove"_s,
+                            u"--window"_s,
+                            id,
+                            QString::number(row.button),
+                            QString::number(row.top + 6),
+                            u"click"_s,
+                            u"1"_s,
+                            u"mousemove"_s,
+                            u"--window"_s,
+                            id,
+                            u"5"_s,
+                            u"300"_s};
     const QStringList after = before + QStringList{u"/s/app%1.dmg"_s.arg(entry)};
     xdotool(click);
     if (!QTest::qWaitFor([&] { return m_server->requests().size() > before.size(); }, 10'000) ||

@@ -592,7 +592,7 @@ void TestInstall::windowDestroyedWhileDownloadsAndUnzipRun()
     startAndStopUnzip();
     m_bench->offer(u"tool.zip"_s,
                    {.body = "begun", .manner = HttpReply::Stall, .announcedLength = 1'000'000});
-    m_bench->pressDownload(0);
+    m_bench->window().startDownload(0); // behind the wait dialog
     QTRY_COMPARE(m_bench->server().openConnections(), 1);
     m_bench->window().action_loadSysData();
     (void)m_bench->takeActivity();
@@ -605,10 +605,10 @@ void TestInstall::rowIsIdleWhileUnzipRuns()
 {
     startAndStopUnzip();
     QCOMPARE(m_bench->look(0), u"2.0 ⤓ #d4d4d4"_s);
-    // The same row may start again meanwhile; both end.
-    m_bench->pressDownload(0);
+    // The same row may start again meanwhile, behind the wait dialog; both end.
+    m_bench->window().startDownload(0);
     QCOMPARE(m_bench->look(0), u"0% ✕ #d4d4d4"_s);
-    m_bench->pressCancel(0);
+    m_bench->window().cancelDownload(0);
     ::kill(pid_t(unzip()->processId()), SIGCONT);
     waitForTheEnd();
     QCOMPARE(m_bench->opened(), QStringList{path(u"Tool.pkg"_s)});

@@ -469,10 +469,10 @@ void TestWindowAccessibility::focusElsewhereIsLeftThere()
 {
     DownloadBench bench(DownloadBench::Held);
     open(bench);
-    bench.pressDownload(1);
+    bench.window().startDownload(1);
     QTRY_COMPARE(bench.held().waiting(u"soft/b.dmg"_s), 1);
     QCOMPARE(QApplication::focusWidget(), bench.table());
-    bench.pressCancel(1);
+    bench.window().cancelDownload(1);
     QCOMPARE(QApplication::focusWidget(), bench.table());
 }
 
