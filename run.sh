@@ -16,8 +16,8 @@ and settings are left alone. Everything lies in build/sample/, which is made ane
 
 With a display, the window opens; everything stops when it is closed, or on Ctrl-C.
 Without one (neither DISPLAY nor WAYLAND_DISPLAY is set), the same runs under Xvfb: the table is
-printed, one row is downloaded and its installer handed to a stand-in for the desktop, pictures of
-all that are written to build/sample/, and the exit status says whether every row showed what the
+printed, two rows are downloaded, one of them in the window as it opens, and their installers handed
+to a stand-in for the desktop, pictures of all that are written to build/sample/, and the exit status says whether every row showed what the
 sample organisation must show and the right item was opened.
 
   --mine   run on your own HOME, configuration and /Applications instead; needs a display
@@ -87,22 +87,35 @@ start_display
 start_quillmere recorded
 wait_until 60 "the end of the scan" scan_ended
 find_window
-fit_window
-wait_until 20 "every row's colour in the window" table_in_picture "$out/1-table.png"
-table print "$out" "$out/1-table.png" || fail "the table is not as it must be; see $out/1-table.png"
 
-# An archive that the server sends slowly.
-press_download "$out/1-table.png" Basaltine
-wait_until 30 "the bar part-way across the row" bar_in_picture "$out/2-download.png" Basaltine
-wait_until 60 "the installer to be opened" test -s "$opened"
+# As it opens, with a scroll bar: the row that its lower edge cuts.
+wait_until 20 "the button of a row that is half seen" \
+    button_in_picture "$out/1-window.png" Isolande
+press_download
+wait_until 60 "the installer to be opened" items_opened 1
 wait_until 60 "the end of the scan that follows" scans_ended 2
 find_window
-wait_until 20 "the row's own colour" table_in_picture "$out/3-opened.png"
+say
+say "Downloaded and opened: $(opened_item)"
+say
+
+fit_window
+wait_until 20 "every row's colour in the window" table_in_picture "$out/2-table.png"
+table print "$out" "$out/2-table.png" || fail "the table is not as it must be; see $out/2-table.png"
+
+# An archive that the server sends slowly.
+wait_until 20 "the button of the row" button_in_picture "$out/2-table.png" Basaltine
+press_download
+wait_until 30 "the bar part-way across the row" bar_in_picture "$out/3-download.png" Basaltine
+wait_until 60 "the installer to be opened" items_opened 2
+wait_until 60 "the end of the scan that follows" scans_ended 3
+find_window
+wait_until 20 "the row's own colour" table_in_picture "$out/4-opened.png"
 say
 say "Downloaded, unpacked and opened: $(opened_item)"
 grep -E ' (Download|Extract|Install) - |\[score ' "$settings/quillmere.log"
 
 say
-say "pictures       $out/1-table.png, 2-download.png, 3-opened.png"
+say "pictures       $out/1-window.png, 2-table.png, 3-download.png, 4-opened.png"
 say "log            $settings/quillmere.log"
 say "configuration  $settings/config.xml"

@@ -5,7 +5,7 @@
     table.py complete PICTURE       succeeds if the picture shows every row in a row's colour
     table.py height PICTURE         prints how tall the window must be to just hold the table
     table.py print SAMPLE PICTURE   prints the table; fails if a row is not as it must be
-    table.py middle PICTURE NAME    prints the y in the middle of the row of that name
+    table.py button PICTURE NAME    prints the x and y of what is seen of that row's button
     table.py bar PICTURE NAME       prints how many percent of the row its bar covers
 
 SAMPLE is the folder that make_sample.py filled. What a row stands for, its colour, is taken from
@@ -28,6 +28,8 @@ COLOURS = {  # of the default configuration
     (0xDA, 0xDA, 0xFF): "newer",
 }
 BAR = (127, 214, 127)
+BUTTON = (0xD0, 0xD0, 0xD0)
+BUTTON_FACE = 20  # of 24 points, without its border
 LOG = "home/Library/Quillmere/quillmere.log"
 SCANNED = "SysProfiler - data updated"
 MATCH = re.compile(
@@ -102,10 +104,23 @@ def fitting_height(picture):
 
 
 def row_span(picture, name):
-    """(first y, y after the last) of the row of that name."""
-    names = [entry.name for entry in read_table().rows()]
-    _, top, bottom = row_runs(picture)[0][names.index(name)]
+    """(first y, y after the last) of the row of that name, in a table that is not scrolled."""
+    index = [entry.name for entry in read_table().rows()].index(name)
+    rows, _ = row_runs(picture)
+    if index >= len(rows):
+        sys.exit(f"the row of {name} is not seen")
+    _, top, bottom = rows[index]
     return top, bottom
+
+
+def button_place(picture, name):
+    """(x, y) in the middle of what is seen of the download button of the row of that name."""
+    top, bottom = row_span(picture, name)
+    middle = min(top + 12, (top + 2 + bottom) // 2)
+    for colour, start, end in runs(picture.line(top + 6)):
+        if colour == BUTTON and end - start >= BUTTON_FACE:
+            return (start + end) // 2, middle
+    return sys.exit(f"the button of {name} is not seen whole")
 
 
 def bar_percentage(picture, name):
@@ -179,8 +194,8 @@ def main(command, *arguments):
         return 0
     if command == "print" and len(paths) == 2:
         return print_table(paths[0], read_picture(paths[1])) > 0
-    if command == "middle" and len(paths) == 2:
-        print(sum(row_span(read_picture(paths[0]), arguments[1])) // 2)
+    if command == "button" and len(paths) == 2:
+        print(*button_place(read_picture(paths[0]), arguments[1]))
         return 0
     if command == "bar" and len(paths) == 2:
         print(bar_percentage(read_picture(paths[0]), arguments[1]))

@@ -73,11 +73,16 @@ fit_window() {
     wait_until 20 "the window to fit the table" has_height "$height"
 }
 
-# Presses the download button of the row of that name, as the picture shows it.
+# Whether the picture that it takes shows the download button of the row of that name.
+button_in_picture() {
+    take_picture "$1" && table button "$1" "$2" >"$out/button" 2>>"$out/table.log"
+}
+
+# Presses the download button that button_in_picture has found last.
 press_download() {
-    local y
-    y=$(table middle "$1" "$2") || fail "cannot see the row of $2; see $1"
-    xdotool mousemove 588 "$y" click 1 mousemove 1279 1999
+    local x y
+    read -r x y <"$out/button"
+    xdotool mousemove "$x" "$y" click 1 mousemove 1279 1999
 }
 
 # Whether the picture that it takes shows the bar of the row of that name part-way across.
@@ -88,7 +93,12 @@ bar_in_picture() {
     [ "$percentage" -ge 40 ] && [ "$percentage" -le 80 ]
 }
 
-# What the desktop's handler has been given: the item's name, with its %-encoding undone.
+# Whether the desktop's handler has been given that many items.
+items_opened() {
+    [ -e "$opened" ] && [ "$(wc -l <"$opened")" -ge "$1" ]
+}
+
+# What the desktop's handler has been given last: the item's name, with its %-encoding undone.
 opened_item() {
     local url
     url=$(tail -n 1 "$opened")
