@@ -18,14 +18,25 @@
 
 using namespace Qt::Literals::StringLiterals;
 
+namespace {
+
+/// What @p take makes of the four settings that lead to the catalogue and its installers.
+template <typename Take>
+auto withWebSettings(const ConfigManager& config, const Take& take)
+{
+    const QString group = u"webconfig"_s;
+    return take(config.getParameter(group, u"baseURL"_s), config.getParameter(group, u"csvPath"_s),
+                config.getParameter(group, u"csvSeparator"_s),
+                config.getParameter(group, u"softPath"_s));
+}
+
+} // namespace
+
 MainWindow::MainWindow(QWidget* parent)
     : QMainWindow(parent)
     , m_config(u"config.xml"_s, u":/resources/default-config.xml"_s)
     , m_ui(std::make_unique<Ui::MainWindow>())
-    , m_profiler(m_config.getParameter(u"webconfig"_s, u"baseURL"_s),
-                 m_config.getParameter(u"webconfig"_s, u"csvPath"_s),
-                 m_config.getParameter(u"webconfig"_s, u"csvSeparator"_s),
-                 m_config.getParameter(u"webconfig"_s, u"softPath"_s))
+    , m_profiler(withWebSettings(m_config, [](const auto&... texts) { return Profiler(texts...); }))
 {
     const QString downloadFolder = m_config.getParameter(u"localconfig"_s, u"downloadFolder"_s);
     Debug(Debug::Info) << "Config - Base URL: "
@@ -98,10 +109,8 @@ bool MainWindow::action_loadWebData()
 
 bool MainWindow::reloadEverything()
 {
-    m_profiler.webData_setConfig(m_config.getParameter(u"webconfig"_s, u"baseURL"_s),
-                                 m_config.getParameter(u"webconfig"_s, u"csvPath"_s),
-                                 m_config.getParameter(u"webconfig"_s, u"csvSeparator"_s),
-                                 m_config.getParameter(u"webconfig"_s, u"softPath"_s));
+    withWebSettings(m_config,
+                    [this](const auto&... texts) { m_profiler.webData_setConfig(texts...); });
     const bool isLoaded = action_loadWebData();
     action_loadSysData();
     return isLoaded;

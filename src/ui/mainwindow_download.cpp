@@ -6,6 +6,7 @@
 #include "install/downloadtarget.h"
 #include "install/ownupdate.h"
 #include "ui/downloadprogress.h"
+#include "ui/plaintext.h"
 #include "web/transfer.h"
 
 #include <QFile>
@@ -17,6 +18,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -51,16 +53,6 @@ void showCell(const QWidget* cell, bool isDownloading, const QString& text)
         }
         hidden->hide();
     }
-}
-
-/// Shows @p text as it stands: the server has a say in it, and markup could make the box read any
-/// file of this machine as a picture.
-void warn(QWidget* parent, const QString& title, const QString& text)
-{
-    QMessageBox box(QMessageBox::Warning, title, QString(), QMessageBox::Ok, parent);
-    box.setTextFormat(Qt::PlainText);
-    box.setText(text);
-    box.exec();
 }
 
 /// Moves the body into the file piece by piece, so that no second copy of it is held. Whether all
@@ -195,7 +187,7 @@ void MainWindow::onDownloadFinished(int row)
     const Download download = m_downloads.take(row);
     if (const std::optional<QString> error = transferError(*download.reply)) {
         Debug(Debug::Error) << "Download - Error: " << *error;
-        warn(this, tr("Download Error"), *error);
+        warnPlainly(this, tr("Download Error"), *error);
     } else {
         saveDownload(download);
     }
@@ -210,7 +202,7 @@ void MainWindow::saveDownload(const Download& download)
     const QString path = folder + u'/' + download.fileName;
     QFile file(path);
     if (!staysInFolder(download.fileName) || !file.open(QIODevice::WriteOnly)) {
-        warn(this, tr("File Error"), tr("Cannot write to: ") + path);
+        warnPlainly(this, tr("File Error"), tr("Cannot write to: ") + path);
         return;
     }
     writeBody(*download.reply, file);

