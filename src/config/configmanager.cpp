@@ -12,6 +12,39 @@
 
 using namespace Qt::Literals::StringLiterals;
 
+namespace {
+
+/// Written over the old file, for one that is writable in a folder that is not. Where it does not
+/// fit, the old content goes back to where it was and still has its room.
+bool overwriteFile(const QString& path, const QByteArray& content)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly | QIODevice::Unbuffered)) {
+        return false;
+    }
+    const QByteArray old = file.readAll();
+    if (file.seek(0) && file.write(content) == content.size()) {
+        return file.resize(content.size());
+    }
+    file.seek(0);
+    file.write(old);
+    file.resize(old.size());
+    return false;
+}
+
+/// Writes the whole file or, as on a full disk, nothing: the old content stays then.
+bool writeFile(const QString& path, const QByteArray& content)
+{
+    QSaveFile file(path); // beside the old file, in whose place it is put when whole
+    if (!file.open(QIODevice::WriteOnly)) {
+        return overwriteFile(path, content);
+    }
+    // The flush is not left to commit(), to which an error of its last write goes unnoticed.
+    return file.write(content) == content.size() && file.flush() && file.commit();
+}
+
+} // namespace
+
 const QString ConfigManager::VERSION = u"25.128-1530"_s;
 
 ConfigManager::ConfigManager(const QString& fileName, const QString& defaultFile)
@@ -122,16 +155,9 @@ QMap<QString, QString> ConfigManager::getParameters(const QString& group) const
 bool ConfigManager::save() const
 {
     Debug(Debug::Info) << "Saving...";
-    // Written beside the old file and put in its place when whole: a full disk costs no settings.
-    QSaveFile file(m_filePath);
-    file.setDirectWriteFallback(true); // a writable file in a folder that is not
-    if (m_filePath.isEmpty() || !file.open(QIODevice::WriteOnly | QIODevice::Text)) {
-        Debug(Debug::Error) << "Saving failed";
-        return false;
-    }
-    QTextStream(&file) << data2XML();
-    // Not left to commit(), to which an error of its last write goes unnoticed.
-    if (!file.flush() || !file.commit()) {
+    QByteArray content;
+    QTextStream(&content) << data2XML();
+    if (m_filePath.isEmpty() || !writeFile(m_filePath, content)) {
         Debug(Debug::Error) << "Saving failed";
         return false;
     }

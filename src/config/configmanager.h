@@ -13,7 +13,8 @@ public:
     static const QString VERSION; ///< a stamp of its own, not the program's version
 
     /// Creates the file from @p defaultFile where it is missing, loads it and migrates outdated
-    /// values. Where that fails the store is empty and filePath() too.
+    /// values. Where it cannot be created the store is empty, and filePath() too; where it cannot
+    /// be read, the store alone.
     ConfigManager(const QString& fileName, const QString& defaultFile);
 
     /// Makes sure that the file exists, copied from the default if need be.
@@ -45,7 +46,7 @@ public:
     bool reloadFromDisk();
     /// The file's full path; empty until the file is known to exist.
     [[nodiscard]] QString filePath() const { return m_filePath; }
-    /// Logs everything as one line of many.
+    /// Logs everything as one message of several lines.
     void print();
 
 private:

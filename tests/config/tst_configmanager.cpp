@@ -3,6 +3,7 @@
 #include "app/buildinfo.h"
 #include "app/debug.h"
 
+#include "support/limits.h"
 #include "support/privatehome.h"
 
 #include <QDir>
@@ -260,6 +261,8 @@ private Q_SLOTS:
     void saveFailsWhereNoFileCanBe();
     void saveFailsOnAReadOnlyFile();
     void savesAWritableFileInAReadOnlyFolder();
+    void aFullDiskCostsNoSettings_data();
+    void aFullDiskCostsNoSettings();
 
     // Migration
     void theLegacyAddressMovesToHttps();
@@ -1054,6 +1057,53 @@ void TestConfigManager::savesAWritableFileInAReadOnlyFolder()
     }
     QCOMPARE(takeLog(), (QStringList{u"[INFO] Saving..."_s, u"[INFO] Saving OK"_s}));
     QCOMPARE(configBytes(), savedDefault());
+}
+
+void TestConfigManager::aFullDiskCostsNoSettings_data()
+{
+    QTest::addColumn<QString>("folder");      // value of "downloadFolder"
+    QTest::addColumn<bool>("mayFolderWrite"); // whether files can be made beside the old one
+    QTest::addColumn<int>("room");            // bytes that a file can have
+
+    const QString same = u"~/Downloads"_s;
+    const QString longer(5'000, u'x');
+    QTest::newRow("writable folder") << same << true << 50;
+    QTest::newRow("read-only folder") << same << false << 50;
+    QTest::newRow("read-only folder, after the first change") << same << false << 300;
+    QTest::newRow("read-only folder, shorter than before") << QString() << false << 50;
+    QTest::newRow("read-only folder, longer than before") << longer << false << 50;
+    QTest::newRow("read-only folder, after the old end") << longer << false << 1'000;
+}
+
+void TestConfigManager::aFullDiskCostsNoSettings()
+{
+    QFETCH(QString, folder);
+    QFETCH(bool, mayFolderWrite);
+    QFETCH(int, room);
+    ConfigManager config(fileName, defaultFile);
+    QVERIFY(config.save());
+    QVERIFY(config.setParameter(u"localconfig"_s, u"downloadFolder"_s, folder));
+    QVERIFY(config.setParameter(u"color"_s, u"base"_s, u"#010203"_s));
+    takeLog();
+    {
+        const OrdinaryUser user(m_home->path());
+        if (!user.isBound()) {
+            QSKIP(notBound);
+        }
+        const QFile::Permissions enter = QFile::ReadOwner | QFile::ExeOwner;
+        if (!mayFolderWrite) {
+            QVERIFY(QFile::setPermissions(m_home->userFolder(), enter));
+        }
+        bool isSaved = true;
+        {
+            const SmallFiles fullDisk{rlim_t(room)};
+            isSaved = config.save();
+        }
+        QVERIFY(QFile::setPermissions(m_home->userFolder(), enter | QFile::WriteOwner));
+        QVERIFY(!isSaved);
+    }
+    QCOMPARE(configBytes(), savedDefault());
+    QCOMPARE(entriesOf(m_home->userFolder()), QStringList{fileName});
 }
 
 void TestConfigManager::theLegacyAddressMovesToHttps()
