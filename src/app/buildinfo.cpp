@@ -1,9 +1,5 @@
 #include "app/buildinfo.h"
 
-#include <QStandardPaths>
-
-using namespace Qt::Literals::StringLiterals;
-
 namespace BuildInfo {
 
 QString productName()
@@ -49,12 +45,6 @@ QString buildDate()
 QString qtVersion()
 {
     return QStringLiteral(QT_VERSION_STR);
-}
-
-QString userFolder()
-{
-    return QStandardPaths::writableLocation(QStandardPaths::HomeLocation) + "/Library/"_L1 +
-           productName() + u'/';
 }
 
 } // namespace BuildInfo

@@ -20,8 +20,4 @@ namespace BuildInfo {
 /// The Qt version that the program was built against, for example "6.9.0".
 [[nodiscard]] QString qtVersion();
 
-/// The folder of the settings and the log: home + "/Library/Quillmere/".
-/// HOME is read at each call; the folder may not exist.
-[[nodiscard]] QString userFolder();
-
 } // namespace BuildInfo

@@ -1,6 +1,7 @@
 #include "app/debug.h"
 
 #include "app/buildinfo.h"
+#include "app/userfolder.h"
 
 #include <QDateTime>
 #include <QDebug>
@@ -52,7 +53,7 @@ void Debug::init()
     const std::unique_ptr<QFile> oldFile(std::exchange(s_logFile, nullptr));
     const std::unique_ptr<QTextStream> oldStream(std::exchange(s_logStream, nullptr));
 
-    const QString folder = BuildInfo::userFolder();
+    const QString folder = userFolder();
     QDir().mkpath(folder);
     s_logFile = new QFile(folder + "quillmere.log"_L1);
     if (!s_logFile->open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text)) {

@@ -47,7 +47,7 @@ public:
     }
 
 private:
-    // Never freed: a line may still be written while the process ends.
+    // Not freed at the process's end, while which a line may still be written; only init() does.
     static QFile* s_logFile;
     static QTextStream* s_logStream; ///< null unless the file was opened
 

@@ -2,6 +2,7 @@
 
 #include "app/buildinfo.h"
 #include "app/debug.h"
+#include "app/userfolder.h"
 
 #include <QDir>
 #include <QFile>
@@ -50,7 +51,7 @@ const QString ConfigManager::VERSION = u"25.128-1530"_s;
 ConfigManager::ConfigManager(const QString& fileName, const QString& defaultFile)
     : m_fileName(fileName)
     , m_defaultFile(defaultFile)
-    , m_folder(BuildInfo::userFolder())
+    , m_folder(userFolder())
 {
     if (!checkFile()) {
         return;

@@ -9,8 +9,8 @@ class QByteArray;
 using PropertyMap = QHash<QString, QHash<QString, QString>>;
 
 /// Reads bundle paths, one a line, into the "Location" of the application that a path's last
-/// component names. Bundles inside another bundle are left out. Of several bundles of one name the
-/// first stays, unless a later one lies under "/Applications/".
+/// component names. Those in another bundle's "Contents" folder are left out. Of several bundles of
+/// one name the first stays, unless a later one lies under "/Applications/".
 [[nodiscard]] PropertyMap parseBundlePaths(const QByteArray& output);
 
 /// Reads the text report of `system_profiler SPApplicationsDataType`: each application's keys and

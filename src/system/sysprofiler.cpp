@@ -34,6 +34,14 @@ QStringList ascendingNames(const PropertyMap& applications)
     return names;
 }
 
+void logBundles(const QStringList& names, const PropertyMap& applications)
+{
+    for (const QString& name : names) {
+        Debug(Debug::Info) << "  + " << name << " (" << applications[name].value(u"Location"_s)
+                           << ")";
+    }
+}
+
 QString plistPath(const QString& location)
 {
     return location + "/Contents/Info.plist"_L1;
@@ -242,12 +250,12 @@ void SysProfiler::update()
     timer.start();
 
     PropertyMap found;
-    if (m_engine == SYSTEM_PROFILER) {
-        exec_system_profiler(found);
-    } else {
-        exec_find(found);
-    }
+    const bool isReport = m_engine == SYSTEM_PROFILER;
+    isReport ? exec_system_profiler(found) : exec_find(found);
     QStringList names = ascendingNames(found);
+    if (!isReport) {
+        logBundles(names, found);
+    }
     {
         const QMutexLocker locker(&m_mutex);
         m_data = std::move(found);
@@ -298,8 +306,5 @@ int SysProfiler::exec_find(PropertyMap& found) const
     found = parseBundlePaths(commandOutput());
     Debug(Debug::Info) << "SysProfiler [" << SEARCH_ENGINE_NAME[m_engine] << "] — " << found.size()
                        << " apps found";
-    for (const QString& name : ascendingNames(found)) {
-        Debug(Debug::Info) << "  + " << name << " (" << found[name].value(u"Location"_s) << ")";
-    }
     return 0;
 }

@@ -9,8 +9,8 @@
 /// The installed applications: which there are, where, and in which version.
 ///
 /// The object lives on the interface thread and is itself the thread of a background scan. Every
-/// query may be called from any thread; a scan holds the lock only to clear and to store its
-/// result. Names are case-sensitive and exactly as the scan found them.
+/// query but findPlistVersion() may be called from any thread; a scan holds the lock only to clear
+/// and to store its result. Names are case-sensitive and exactly as the scan found them.
 class SysProfiler : public QThread
 {
     Q_OBJECT
@@ -49,17 +49,20 @@ public:
     /// One property of exactly @p name; a null text when the name or the key is unknown.
     [[nodiscard]] QString getValue(const QString& name, const QString& key) const;
 
-    /// The installed version, read from the bundle when first asked for, then cached until the next
-    /// scan; empty when there is none. An unknown name that is asked for becomes a known one.
+    /// The installed version; empty when there is none. With SYSTEM_PROFILER it is the report's,
+    /// else it is read from the bundle when first asked for, then cached until the next scan. A
+    /// name that is asked for in vain becomes a known one.
     QString getVersion(const QString& name);
-    /// The version in the bundle's Info.plist as it stands there. Takes no lock of its own.
+    /// The version in the bundle's Info.plist as it stands there. Takes no lock, so not
+    /// while another thread may store or clear a result.
     [[nodiscard]] QString findPlistVersion(const QString& name) const;
     /// The version in the Info.plist at @p path as it stands there; empty on any failure.
     [[nodiscard]] static QString findBundleVersion(const QString& path);
     /// A bundle's version as getVersion() tells it: up to the first blank.
     [[nodiscard]] static QString firstWord(const QString& bundleVersion);
-    /// The value of @p key in the property list at @p path; empty on any failure. Where the file is
-    /// no XML text, `plutil` is asked, which may take up to 30 s.
+    /// The value of @p key in the property list at @p path; empty on any failure. Where reading it
+    /// as XML ends in an error before a value is found, `plutil` is asked, which may take up to
+    /// 30 s.
     [[nodiscard]] static QString findPlistValue(const QString& path, const QString& key);
 
     [[nodiscard]] QString getObtainedFrom(const QString& name) const;

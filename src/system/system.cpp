@@ -5,6 +5,12 @@
 
 using namespace Qt::Literals::StringLiterals;
 
+namespace {
+
+constexpr int longestRun = 30'000; // ms
+
+} // namespace
+
 QString System::cpuArchitecture()
 {
     const QString arm = u"arm64"_s;
@@ -15,7 +21,7 @@ QList<QByteArray> System::execute(const QList<QString>& command)
 {
     QProcess process;
     process.start(command.first(), command.mid(1), QIODevice::ReadWrite);
-    process.waitForFinished(30'000);
+    process.waitForFinished(longestRun);
     const QByteArray output = process.readAllStandardOutput();
     return {output, process.readAllStandardError()};
 }

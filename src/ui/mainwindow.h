@@ -39,9 +39,10 @@ public:
     void ui_init();
     void ui_connect();
     void ui_shortcut();
-    /// Fetches the catalogue and rebuilds records and table; waits in nested event loops, 32 s at
-    /// most. False when the catalogue lists nothing, which a box has then told the user, and at
-    /// once when a load is under way already.
+    /// Fetches the catalogue and rebuilds records and table. Waits in nested event loops: 32 s at
+    /// most, as long again where settings were changed meanwhile, and for the answer to a box.
+    /// False when the catalogue lists nothing, which the box has then told the user, and at once
+    /// when a load is under way already.
     bool action_loadWebData();
 
     // Table and colours: mainwindow_table.cpp

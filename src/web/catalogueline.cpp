@@ -1,5 +1,7 @@
 #include "web/catalogueline.h"
 
+#include <QList>
+
 namespace {
 
 QStringView unquoted(QStringView field)
@@ -9,15 +11,6 @@ QStringView unquoted(QStringView field)
 }
 
 } // namespace
-
-QStringList catalogueFields(const QString& line, const QString& separator)
-{
-    QStringList fields;
-    for (const QStringView field : QStringView(line).split(separator)) {
-        fields.append(unquoted(field.trimmed()).toString());
-    }
-    return fields;
-}
 
 std::optional<QStringView> catalogueField(QStringView line, const QString& separator,
                                           qsizetype place)

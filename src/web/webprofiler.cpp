@@ -12,7 +12,18 @@
 #include <QTimer>
 #include <QUrl>
 
+#include <chrono>
+
 using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto longestTransfer = 15s;
+constexpr auto pauseBetweenAttempts = 2s;
+
+} // namespace
 
 WebProfiler::WebProfiler(const QString& url, const QString& csvPath, const QString& csvSeparator,
                          const QString& softPath)
@@ -74,7 +85,7 @@ void WebProfiler::wait(QEventLoop& loop)
 void WebProfiler::pauseBeforeRetry()
 {
     QEventLoop loop;
-    QTimer::singleShot(2'000, Qt::CoarseTimer, &loop, &QEventLoop::quit);
+    QTimer::singleShot(pauseBetweenAttempts, Qt::CoarseTimer, &loop, &QEventLoop::quit);
     wait(loop);
 }
 
@@ -98,7 +109,7 @@ QByteArray WebProfiler::downloadData(const QUrl& url)
         timer.stop();
         loop.quit();
     });
-    timer.start(15'000);
+    timer.start(longestTransfer);
     wait(loop);
 
     if (timedOut) {

@@ -1,9 +1,6 @@
 #include "app/buildinfo.h"
 
-#include "support/privatehome.h"
-
 #include <QDate>
-#include <QFileInfo>
 #include <QLocale>
 #include <QRegularExpression>
 #include <QTest>
@@ -22,7 +19,6 @@ private Q_SLOTS:
     void datesTheBuildAsTheCompilerWritesIt();
     void namesTheQtThatItWasBuiltAgainst();
     void theDefaultServerIsHttpsAndEndsInASlash();
-    void findsTheUserFolderBelowTheHomeOfTheMoment();
 };
 
 void TestBuildInfo::namesTheProductAndItsVersion()
@@ -65,15 +61,6 @@ void TestBuildInfo::theDefaultServerIsHttpsAndEndsInASlash()
     QVERIFY(url.isValid());
     QCOMPARE(url.scheme(), u"https"_s);
     QVERIFY(BuildInfo::defaultBaseUrl().endsWith(u'/'));
-}
-
-void TestBuildInfo::findsTheUserFolderBelowTheHomeOfTheMoment()
-{
-    const PrivateHome first;
-    QCOMPARE(BuildInfo::userFolder(), first.path() + u"/Library/Quillmere/"_s);
-    const PrivateHome second;
-    QCOMPARE(BuildInfo::userFolder(), second.path() + u"/Library/Quillmere/"_s);
-    QVERIFY2(!QFileInfo::exists(second.path() + u"/Library"_s), "asking created the folder");
 }
 
 QTEST_GUILESS_MAIN(TestBuildInfo)

@@ -92,6 +92,10 @@ void TestCatalogueTransfer::failedTransferKeepsTheTable_data()
         closed + " (HTTP 200)"_L1);
     row("chunks without their end", trickled(chunk(smallCatalogue)), closed + " (HTTP 200)"_L1);
     row("cut in a chunk", trickled(chunk(smallCatalogue).first(30)), closed + " (HTTP 200)"_L1);
+    HttpReply contradiction = chunked(chunk(smallCatalogue) + chunk({}));
+    contradiction.withLength = true;
+    contradiction.announcedLength = 9'000'000;
+    row("whole chunks beside a longer length", contradiction, closed + " (HTTP 200)"_L1);
     row("204", {.status = 204, .withLength = false}, u"Réponse vide du serveur"_s, false);
     row("200 without a body", {}, u"Réponse vide du serveur"_s, false);
     row("200 without a body or a length", {.withLength = false}, u"Réponse vide du serveur"_s,
