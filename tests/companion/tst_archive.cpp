@@ -3,6 +3,7 @@
 #include "commandrun.h"
 #include "companion/archive/archiverules.h"
 #include "install/installerchoice.h"
+#include "install/unpacking.h"
 #include "support/privatehome.h"
 #include "system/system.h"
 #include "ui/downloadbench.h"
@@ -19,8 +20,6 @@
 #include <QRandomGenerator>
 #include <QTest>
 
-#include <unistd.h>
-
 #include <optional>
 
 using namespace Qt::Literals::StringLiterals;
@@ -35,8 +34,7 @@ Choice choiceByUnpacking(const QString& archive)
 {
     const QTemporaryDir folder;
     QProcess unzip;
-    unzip.setChildProcessModifier([] { ::setsid(); });
-    unzip.start(u"/usr/bin/unzip"_s, {u"-o"_s, archive, u"-d"_s, folder.path()});
+    startUnzip(unzip, {u"-o"_s, archive, u"-d"_s, folder.path()});
     if (!unzip.waitForFinished(60'000)) {
         qFatal("unzip does not end");
     }
