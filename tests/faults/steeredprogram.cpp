@@ -113,7 +113,7 @@ QString SteeredProgram::complaints()
 {
     static const QRegularExpression ordinary(
         u"^\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d \\[(ERROR|WARNING|INFO|DEBUG)\\] |"
-        "^\\t|^This plugin does not support |^QStandardPaths: XDG_RUNTIME_DIR not set|^$"_s);
+        "^\\t|^This plugin does not support |^$"_s);
     QStringList lines = QString::fromUtf8(m_process.readAllStandardError()).split(u'\n');
     lines.removeIf([](const QString& line) { return ordinary.match(line).hasMatch(); });
     return lines.join(u'\n');

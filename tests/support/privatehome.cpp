@@ -6,9 +6,13 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-PrivateHome::PrivateHome() : m_formerHome(qgetenv("HOME"))
+PrivateHome::PrivateHome()
+    : m_formerHome(qgetenv("HOME")), m_formerRuntimeFolder(qgetenv("XDG_RUNTIME_DIR"))
 {
     qputenv("HOME", m_folder.path().toLocal8Bit());
+    // Else Qt would take one below the folder for temporary files and complain where another user
+    // has made it.
+    qputenv("XDG_RUNTIME_DIR", m_runtimeFolder.path().toLocal8Bit());
     // Else a "user-dirs.dirs" of the real user would say where downloads go.
     qunsetenv("XDG_CONFIG_HOME");
 }
@@ -16,6 +20,8 @@ PrivateHome::PrivateHome() : m_formerHome(qgetenv("HOME"))
 PrivateHome::~PrivateHome()
 {
     qputenv("HOME", m_formerHome);
+    m_formerRuntimeFolder.isNull() ? qunsetenv("XDG_RUNTIME_DIR")
+                                   : qputenv("XDG_RUNTIME_DIR", m_formerRuntimeFolder);
 }
 
 QString PrivateHome::userFolder() const

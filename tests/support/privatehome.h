@@ -3,7 +3,8 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
-/// A clean HOME for as long as the object lives; the former one comes back afterwards.
+/// A clean HOME, and a runtime folder beside it, for as long as the object lives; the former ones
+/// come back afterwards.
 class PrivateHome
 {
 public:
@@ -27,5 +28,7 @@ public:
 
 private:
     QTemporaryDir m_folder;
+    QTemporaryDir m_runtimeFolder;
     QByteArray m_formerHome;
+    QByteArray m_formerRuntimeFolder;
 };
