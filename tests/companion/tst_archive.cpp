@@ -4,9 +4,9 @@
 #include "companion/archive/archiverules.h"
 #include "install/installerchoice.h"
 #include "install/unpacking.h"
+#include "support/downloadbench.h"
 #include "support/privatehome.h"
 #include "system/system.h"
-#include "ui/downloadbench.h"
 #include "zipmaker.h"
 
 #include <QDir>

@@ -1,6 +1,6 @@
 #include "companion/log/troubles.h"
+#include "support/downloadbench.h"
 #include "support/modalbox.h"
-#include "ui/downloadbench.h"
 
 #include <QDir>
 #include <QProcess>

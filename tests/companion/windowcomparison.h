@@ -1,7 +1,7 @@
 #pragma once
 
 #include "support/modalbox.h"
-#include "ui/windowsetup.h"
+#include "support/windowsetup.h"
 
 #include "companion/preview/previewtable.h"
 

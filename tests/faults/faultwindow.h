@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/downloadbench.h"
+#include "support/downloadbench.h"
 
 #include <QHash>
 #include <QStringList>

@@ -1,8 +1,8 @@
 #include "profiler/application.h"
 
 #include "profiler/profiler.h"
-#include "profiler/samplemachine.h"
 #include "support/httpserver.h"
+#include "support/samplemachine.h"
 
 #include <QNetworkProxyFactory>
 #include <QTest>

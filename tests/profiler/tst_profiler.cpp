@@ -1,8 +1,8 @@
 #include "profiler/profiler.h"
 
-#include "profiler/samplemachine.h"
 #include "profiler/versionorder.h"
 #include "support/httpserver.h"
+#include "support/samplemachine.h"
 
 #include <QElapsedTimer>
 #include <QNetworkProxyFactory>

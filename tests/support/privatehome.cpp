@@ -7,7 +7,8 @@
 using namespace Qt::Literals::StringLiterals;
 
 PrivateHome::PrivateHome()
-    : m_formerHome(qgetenv("HOME")), m_formerRuntimeFolder(qgetenv("XDG_RUNTIME_DIR"))
+    : m_formerHome(qgetenv("HOME"))
+    , m_formerRuntimeFolder(qgetenv("XDG_RUNTIME_DIR"))
 {
     qputenv("HOME", m_folder.path().toLocal8Bit());
     // Else Qt would take one below the folder for temporary files and complain where another user

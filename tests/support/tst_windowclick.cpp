@@ -1,6 +1,6 @@
 #include "support/windowclick.h"
 
-#include "ui/quietplatform.h"
+#include "support/quietplatform.h"
 
 #include <QPushButton>
 #include <QScrollArea>

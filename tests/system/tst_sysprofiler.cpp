@@ -1,6 +1,6 @@
 #include "system/sysprofiler.h"
 
-#include "system/scanmachine.h"
+#include "support/scanmachine.h"
 
 #include <QDir>
 #include <QElapsedTimer>

@@ -3,7 +3,7 @@
 
 #include "app/debug.h"
 #include "profiler/profiler.h"
-#include "system/scanmachine.h"
+#include "support/scanmachine.h"
 #include "system/sysprofiler.h"
 
 #include <QDeadlineTimer>

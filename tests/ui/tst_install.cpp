@@ -1,4 +1,4 @@
-#include "ui/downloadbench.h"
+#include "support/downloadbench.h"
 
 #include "support/archives.h"
 #include "support/limits.h"

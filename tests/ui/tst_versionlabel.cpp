@@ -1,6 +1,6 @@
 #include "ui/versionlabel.h"
 
-#include "ui/quietplatform.h"
+#include "support/quietplatform.h"
 
 #include <QTest>
 

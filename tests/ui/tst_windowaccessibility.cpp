@@ -1,6 +1,6 @@
 #include "support/controlwalk.h"
-#include "ui/downloadbench.h"
-#include "ui/windowsetup.h"
+#include "support/downloadbench.h"
+#include "support/windowsetup.h"
 
 #include <QAccessible>
 #include <QApplication>

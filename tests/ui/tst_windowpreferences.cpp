@@ -1,11 +1,11 @@
 #include "ui/aboutdialog.h"
 #include "ui/preferencedialog.h"
 
+#include "support/downloadbench.h"
 #include "support/modalbox.h"
 #include "support/windowclick.h"
-#include "ui/downloadbench.h"
+#include "support/windowsetup.h"
 #include "ui/waitdialog.h"
-#include "ui/windowsetup.h"
 
 #include <QApplication>
 #include <QDialogButtonBox>

@@ -1,4 +1,4 @@
-#include "profiler/samplemachine.h"
+#include "support/samplemachine.h"
 
 #include "app/debug.h"
 

@@ -1,4 +1,4 @@
-#include "system/scanmachine.h"
+#include "support/scanmachine.h"
 
 #include "app/debug.h"
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "profiler/samplemachine.h"
+#include "support/heldserver.h"
 #include "support/httpserver.h"
 #include "support/modalbox.h"
-#include "ui/heldserver.h"
+#include "support/samplemachine.h"
 #include "ui/mainwindow.h"
 
 #include <QCoreApplication>

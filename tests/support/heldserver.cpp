@@ -1,4 +1,4 @@
-#include "ui/heldserver.h"
+#include "support/heldserver.h"
 
 #include <QNetworkProxyFactory>
 #include <QTcpSocket>

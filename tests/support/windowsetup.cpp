@@ -1,7 +1,7 @@
-#include "windowsetup.h"
+#include "support/windowsetup.h"
 
 #include "app/debug.h"
-#include "ui/quietplatform.h"
+#include "support/quietplatform.h"
 #include "ui/waitdialog.h"
 
 #include <QDir>

@@ -1,6 +1,6 @@
-#include "ui/downloadbench.h"
+#include "support/downloadbench.h"
 
-#include "ui/quietplatform.h"
+#include "support/quietplatform.h"
 #include "ui/waitdialog.h"
 #include "support/windowclick.h"
 
