@@ -2,6 +2,7 @@
 #include "child.h"
 #include "console.h"
 #include "samplehome.h"
+#include "support/cataloguetext.h"
 #include "ui/mainwindow.h"
 #include "webserver.h"
 
@@ -46,9 +47,9 @@ struct DownloadBench
     DownloadBench()
     {
         server.writeNoise(u"data/software/macos/large.pkg"_s, fileSize);
-        QByteArray catalogue = "Name,Version,Release date,Filename,Ignored\n";
+        QByteArray catalogue = catalogueTitles;
         for (int row = 0; row < rowCount; ++row) {
-            catalogue += "Synth " + QByteArray::number(row) + ",1.0,,large.pkg,0\n";
+            catalogue += catalogueLine("Synth " + QByteArray::number(row), "1.0", {}, "large.pkg");
         }
         server.write(u"config/01_MacOS.csv"_s, catalogue);
         home.configure(server.url());

@@ -1,6 +1,8 @@
 #include "sampledata.h"
 
 #include "console.h"
+#include "support/cataloguetext.h"
+#include "support/propertylist.h"
 
 #include <QDir>
 #include <QFile>
@@ -36,11 +38,7 @@ void write(const QString& path, const QByteArray& content)
 
 QByteArray infoPlist(const QString& name, const QString& version)
 {
-    const QString text = uR"(<?xml version="1.0" encoding="UTF-8"?>
-<!DOCTYPE plist PUBLIC "-//Apple//DTD PLIST 1.0//EN" "http://www.apple.com/DTDs/PropertyList-1.0.dtd">
-<plist version="1.0">
-<dict>
-    <key>CFBundleDevelopmentRegion</key>
+    const QString text = uR"(    <key>CFBundleDevelopmentRegion</key>
     <string>en</string>
     <key>CFBundleExecutable</key>
     <string>%1</string>
@@ -61,11 +59,8 @@ QByteArray infoPlist(const QString& name, const QString& version)
     <key>LSMinimumSystemVersion</key>
     <string>12.0</string>
     <key>NSHighResolutionCapable</key>
-    <true/>
-</dict>
-</plist>
-)"_s;
-    return text.arg(name, version).toUtf8();
+    <true/>)"_s;
+    return xmlPlist(text.arg(name, version).toUtf8());
 }
 
 } // namespace
@@ -77,7 +72,7 @@ QString entryName(int index)
 
 QByteArray sampleCatalogue(int entries)
 {
-    QByteArray catalogue = "Name,Version,Release date,Filename,Ignored,Vendor,Remark\n";
+    QByteArray catalogue = catalogueTitles.chopped(1) + ",Vendor,Remark\n";
     for (int i = 0; i < entries; ++i) {
         catalogue +=
             (u"%1,%2,2026-09-%3,installer-%4.pkg,0,\"Example Works %5\",\"for everybody\"\n"_s)

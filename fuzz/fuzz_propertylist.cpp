@@ -7,6 +7,7 @@
 #include "commands.h"
 #include "fuzzing.h"
 
+#include "support/propertylist.h"
 #include "system/sysprofiler.h"
 
 #include <QFile>
@@ -151,10 +152,10 @@ void addPairs(FuzzedDataProvider& input, QString& xml, QString& value, int depth
 
 void tryDictionary(const QString& path, FuzzedDataProvider& input)
 {
-    QString xml = u"<plist version=\"1.0\"><dict>"_s;
+    QString xml;
     QString expected;
     addPairs(input, xml, expected, 0);
-    writeFile(path, (xml + "</dict></plist>"_L1).toUtf8());
+    writeFile(path, xmlPlist(xml.toUtf8()));
     Commands::print("from plutil");
     requireEqual("the value is the last one of its key",
                  SysProfiler::findPlistValue(path, wantedKey), expected);

@@ -3,6 +3,7 @@
 
 #include "support/httpserver.h"
 #include "support/privatehome.h"
+#include "support/settingsfile.h"
 #include "support/standin.h"
 
 #include <QDir>
@@ -65,9 +66,7 @@ void TestStartup::init()
     m_commands->addPrinting(u"find"_s, {});
     m_server.emplace();
     m_server->reply(u"catalogue.csv"_s, {.body = {}, .manner = HttpReply::Silent});
-    m_home->write(u"Library/Quillmere/config.xml"_s,
-                  "<root><webconfig><baseURL>" + m_server->url().toUtf8() +
-                      "</baseURL><csvPath>catalogue.csv</csvPath></webconfig></root>");
+    m_home->write(u"Library/Quillmere/config.xml"_s, settingsXml({.baseUrl = m_server->url()}));
     m_program.emplace();
 }
 
@@ -92,7 +91,6 @@ void TestStartup::start(const QStringList& arguments)
     environment.remove(u"QT_MESSAGE_PATTERN"_s);
     environment.remove(u"QT_LOGGING_RULES"_s);
     environment.remove(u"http_proxy"_s);
-    environment.insert(u"XDG_RUNTIME_DIR"_s, m_home->path());
     m_program->setProcessEnvironment(environment);
     m_program->start(QStringLiteral(QUILLMERE_PROGRAM), arguments);
     QVERIFY2(m_program->waitForStarted(), qUtf8Printable(m_program->errorString()));

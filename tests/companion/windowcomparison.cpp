@@ -1,6 +1,7 @@
 #include "windowcomparison.h"
 
 #include "app/debug.h"
+#include "support/propertylist.h"
 
 #include <QDir>
 #include <QLabel>
@@ -40,8 +41,8 @@ const QStringList versions = {
 
 QByteArray infoPlist(const QString& key, const QString& version)
 {
-    return "<plist><dict><key>" + key.toUtf8() + "</key><string>" +
-           version.toHtmlEscaped().toUtf8() + "</string></dict></plist>";
+    return xmlPlist("<key>" + key.toUtf8() + "</key><string>" + version.toHtmlEscaped().toUtf8() +
+                    "</string>");
 }
 
 QString colorOf(const QString& verdict)
@@ -90,7 +91,6 @@ WindowComparison::WindowComparison(quint32 seed)
     , m_separator(separators[qsizetype(seed) % separators.size()])
 {
     m_setup.configure({.csvSeparator = m_separator});
-    m_setup.commands.add(u"find"_s, "exec cat \"$HOME/installed\"\n");
     m_setup.create();
 }
 
@@ -150,7 +150,7 @@ QByteArray WindowComparison::randomCatalogue()
 void WindowComparison::installRandomly()
 {
     QDir(m_setup.home.path() + "/Bundles"_L1).removeRecursively();
-    QString list;
+    QStringList paths;
     const int applications = m_random.bounded(0, 14);
     for (int i = 0; i < applications; ++i) {
         const QString name = randomName().remove(u'/');
@@ -162,12 +162,12 @@ void WindowComparison::installRandomly()
                                 u"CFBundleLongVersionString"_s, u"Other"_s}),
                           pick(versions) + pick({QString(), u" build 7"_s})));
         }
-        list += m_setup.home.path() + u'/' + bundle + u'\n';
+        paths.append(m_setup.home.path() + u'/' + bundle);
         if (isOneIn(8)) {
-            list += m_setup.home.path() + u'/' + bundle + "/Contents/Helper.app\n"_L1;
+            paths.append(paths.constLast() + "/Contents/Helper.app"_L1);
         }
     }
-    m_setup.home.write(u"installed"_s, list.toUtf8());
+    m_setup.machine.list(paths);
 }
 
 bool WindowComparison::load(const QByteArray& catalogue)

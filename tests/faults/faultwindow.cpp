@@ -55,7 +55,7 @@ QAction& action(MainWindow& window, const QString& name)
 /// Belongs to the sample machine, or is the log.
 bool isFurniture(const QString& path)
 {
-    static const QStringList files = {u"installed"_s, u"gate"_s, u"begun"_s,
+    static const QStringList files = {u"find.out"_s, u"find.calls"_s, u"find.held"_s,
                                       u"Library/Quillmere/quillmere.log"_s};
     return files.contains(path) || path == "Bundles"_L1 || path.startsWith("Bundles/"_L1);
 }

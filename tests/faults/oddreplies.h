@@ -1,10 +1,11 @@
 #pragma once
 
+#include "support/cataloguetext.h"
 #include "support/httpserver.h"
 
-/// The title line of a catalogue, and one with the entry "Atlas" 2.0.
-inline const QByteArray catalogueHeader = "Name,Version,Release date,Filename,Ignored\n";
-inline const QByteArray smallCatalogue = catalogueHeader + "Atlas,2.0,2026-01-31,tool.dmg,0\n";
+/// A catalogue with the entry "Atlas" 2.0.
+inline const QByteArray smallCatalogue =
+    catalogueTitles + catalogueLine("Atlas", "2.0", "2026-01-31", "tool.dmg");
 
 /// One piece of a body that comes in chunks; an empty one ends it.
 [[nodiscard]] QByteArray chunk(const QByteArray& bytes);

@@ -86,14 +86,14 @@ void TestCatalogueServer::textWithoutEntriesKeepsTheTable_data()
     };
     text("a login page", "<html><head><title>Log in</title></head>\n<body>\n<form action=\"/\">"
                          "<input name=\"password\"></form>\n</body></html>\n");
-    text("the header alone", catalogueHeader);
+    text("the header alone", catalogueTitles);
     text("line ends alone", "\n\n\r\n\n");
     text("NUL bytes alone", QByteArray(1'000, '\0'));
     text("lone CR line ends", QByteArray(smallCatalogue).replace('\n', '\r'));
     text("UTF-16 without a mark", utf16(smallCatalogue, false, false));
     text("a UTF-8 mark alone", "\xEF\xBB\xBF");
     text("another separator", QByteArray(smallCatalogue).replace(',', ';'));
-    text("everything ignored", catalogueHeader + "Atlas,2.0,2026-01-31,tool.dmg,1\n");
+    text("everything ignored", catalogueTitles + "Atlas,2.0,2026-01-31,tool.dmg,1\n");
     text("no \"Ignored\" column", "Name,Version\nAtlas,2.0\n");
     QTest::newRow("a length too small for the first record")
         << HttpReply{.body = smallCatalogue, .announcedLength = 50} << qsizetype(50);
@@ -125,7 +125,7 @@ void TestCatalogueServer::oddTextIsShown_data()
                           const QStringList& found) { reply(what, {.body = body}, rows, found); };
     const auto record = [&](const char* what, const QByteArray& line, const QString& row,
                             const QString& found) {
-        text(what, catalogueHeader + line, {row}, {found});
+        text(what, catalogueTitles + line, {row}, {found});
     };
 
     text("UTF-8 mark", "\xEF\xBB\xBF" + smallCatalogue, goodRows, {atlas});
@@ -154,7 +154,7 @@ void TestCatalogueServer::oddTextIsShown_data()
     record("one-letter name", "A,2.0,,tool.dmg,0", u"A | 1.0 | 2.0 ⤓ #ffdada"_s,
            u"'A' → matched 'Atlas' v1.0"_s);
     text("duplicate names",
-         catalogueHeader + "Atlas,2.0,,a.dmg,0\nBench,1.0,,b.dmg,0\nAtlas,0.5,,c.dmg,0\n",
+         catalogueTitles + "Atlas,2.0,,a.dmg,0\nBench,1.0,,b.dmg,0\nAtlas,0.5,,c.dmg,0\n",
          {u"Atlas | 1.0 | 0.5 ⤓ #dadaff"_s, u"Bench |  | 1.0 ⤓ #d4d4d4"_s,
           u"Atlas | 1.0 | 0.5 ⤓ #dadaff"_s},
          {atlas, u"'Bench' → NOT FOUND in system"_s, atlas});
@@ -223,7 +223,7 @@ void TestCatalogueServer::markupIsShownAsItStands()
         field->replace("PICTURE"_L1, m_fault->pictureMarkup());
     }
     const QStringList fields = {name, version, date, fileName, u"0"_s};
-    m_fault->serveCatalogue({.body = catalogueHeader + fields.join(u',').toUtf8() + '\n'});
+    m_fault->serveCatalogue({.body = catalogueTitles + fields.join(u',').toUtf8() + '\n'});
     m_fault->reload();
     QCOMPARE(m_fault->item(0, 0)->text(), name);
     QCOMPARE(m_fault->label(0)->text(), version);

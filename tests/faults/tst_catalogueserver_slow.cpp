@@ -92,7 +92,7 @@ void TestCatalogueServerSlow::hugeTextIsRead_data()
         << 2;
     QTest::newRow("a name of 1 MB") << smallCatalogue + letters(1'000'000) + ",1.0,,tool.dmg,0\n"
                                     << 2;
-    QByteArray titles = catalogueHeader.chopped(1);
+    QByteArray titles = catalogueTitles.chopped(1);
     QByteArray fields = "Atlas,2.0,2026-01-31,tool.dmg,0";
     for (int i = 0; i < 100'000; ++i) {
         titles += ",c" + QByteArray::number(i);
@@ -105,7 +105,7 @@ void TestCatalogueServerSlow::hugeTextIsRead_data()
 
 QByteArray TestCatalogueServerSlow::records(int count, int step)
 {
-    QByteArray text = catalogueHeader;
+    QByteArray text = catalogueTitles;
     for (int i = 0; i < count; ++i) {
         text += "Application " + QByteArray::number(i) + ",2.0,2026-01-31,tool.dmg," +
                 (i % step == 0 ? "0\n" : "1\n");

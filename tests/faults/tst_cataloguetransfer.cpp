@@ -135,7 +135,7 @@ void TestCatalogueTransfer::failedTransferKeepsTheTable()
 /// a whole body; which of the two happens is not the program's to say.
 void TestCatalogueTransfer::cutChunksFailOrAreTakenAsWhole()
 {
-    const QByteArray text = catalogueHeader + "Atlas,2.0,,tool.dmg,0\nBench,2.0,,tool.dmg,0\n";
+    const QByteArray text = catalogueTitles + "Atlas,2.0,,tool.dmg,0\nBench,2.0,,tool.dmg,0\n";
     m_fault->serveCatalogue(chunked(chunk(text).first(text.size() - 8)));
     const BoxAnswerer boxes(QMessageBox::Ok);
     m_fault->reload();

@@ -1,5 +1,6 @@
 #include "faults/faultwindow.h"
 #include "faults/impatientuser.h"
+#include "support/cataloguetext.h"
 
 #include <QApplication>
 #include <QDesktopServices>
@@ -158,7 +159,7 @@ private:
             "",      "É",     "A",     "Synth"};
         static const QList<QByteArray> files = {
             "tool.dmg", "tool.zip", "bad.zip", "a b.pkg", "../escape.dmg", "Tool-x86.pkg", ""};
-        QByteArray text = "Name,Version,Release date,Filename,Ignored\n";
+        QByteArray text = catalogueTitles;
         for (quint32 left = draw(30); left > 0; --left) {
             text += names[draw(quint32(names.size()))] + ',' + QByteArray::number(draw(4)) +
                     ".0,2026-01-01," + files[draw(quint32(files.size()))] + ",0\n";
@@ -302,7 +303,7 @@ void TestImpatience::survivesAnImpatientUser()
     bench.machine().install(u"Atlas"_s, u"1.0"_s);
     bench.machine().install(u"Synth 2"_s, u"2.0"_s);
     bench.machine().standIns().add(u"find"_s, "sleep 0.0$(($$ % 10))\nexec cat '" +
-                                                  home.path().toUtf8() + "/installed'\n");
+                                                  home.path().toUtf8() + "/find.out'\n");
     bench.create(FaultWindow::Hidden); // writes the settings
     bench.destroy();
 

@@ -246,7 +246,7 @@ void TestMachine::findMisbehaves_data()
     QTest::addColumn<QStringList>("told");
     QTest::addColumn<QString>("row");
 
-    const QByteArray list = "cat \"$HOME/installed\"\n";
+    const QByteArray list = "cat \"$HOME/find.out\"\n";
     const QStringList asEver = {matched(u"Atlas"_s, u"1.0"_s)};
     const QString olderRow = FaultWindow::workingRows().constFirst();
     const auto findsAtlas = [&](const char* fault, const QByteArray& script) {
@@ -256,7 +256,7 @@ void TestMachine::findMisbehaves_data()
     findsAtlas("killed after its list", list + "kill -9 $$\n");
     findsAtlas("a megabyte of errors", "head -c 1000000 /dev/zero | tr '\\0' x >&2\n" + list);
     findsAtlas("a child of its own stays with the output", "sleep 3 &\n" + list);
-    findsAtlas("CRLF", "sed 's/$/\\r/' \"$HOME/installed\"\n");
+    findsAtlas("CRLF", "sed 's/$/\\r/' \"$HOME/find.out\"\n");
     findsAtlas("blank lines", "echo\n" + list + "echo; echo\n");
     findsAtlas("one bundle a hundred times", "for i in $(seq 100); do " + list + "done\n");
 
@@ -344,8 +344,8 @@ void TestMachine::findListsFiftyThousandBundles()
     QFETCH(int, unread);
 
     m_window->openWorking();
-    m_window->machine().standIns().add(
-        u"find"_s, "cat \"$HOME/installed\"\nseq -f '/Applications/" + name + " %.0f.app' 50000\n");
+    m_window->machine().standIns().add(u"find"_s, "cat \"$HOME/find.out\"\nseq -f '/Applications/" +
+                                                      name + " %.0f.app' 50000\n");
     pressScan();
     QCOMPARE(m_window->rows(), FaultWindow::workingRows());
     const QStringList log = lines();

@@ -53,7 +53,7 @@ void TestMachineSlow::findDoesNotEnd()
     window.openWorking();
     const QString home = window.machine().home().path();
     window.machine().standIns().add(u"find"_s, "echo $$ >'" + home.toUtf8() + "/pid'\ncat '" +
-                                                   home.toUtf8() + "/installed'\n" + script);
+                                                   home.toUtf8() + "/find.out'\n" + script);
     auto* button = window.window().findChild<QPushButton*>(u"LoadButton"_s);
     QElapsedTimer timer;
     timer.start();

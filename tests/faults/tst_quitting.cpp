@@ -1,6 +1,7 @@
 #include "faults/steeredprogram.h"
 #include "support/httpserver.h"
 #include "support/privatehome.h"
+#include "support/settingsfile.h"
 #include "support/standin.h"
 
 #include <QDir>
@@ -158,11 +159,9 @@ void TestQuitting::writeSettings(const QString& downloadFolder)
 {
     QDir(m_home->configPath()).removeRecursively();
     m_home->write(u"Library/Quillmere/config.xml"_s,
-                  "<root><color><base>#d4d4d4</base></color><webconfig><baseURL>" +
-                      m_server->url().toUtf8() +
-                      "</baseURL><csvPath>catalogue.csv</csvPath><csvSeparator>;</csvSeparator>"
-                      "<softPath>soft/</softPath></webconfig><localconfig><downloadFolder>" +
-                      downloadFolder.toUtf8() + "</downloadFolder></localconfig></root>");
+                  settingsXml({.baseUrl = m_server->url(),
+                               .csvSeparator = u";"_s,
+                               .downloadFolder = downloadFolder}));
     m_config = PrivateHome::read(m_home->configPath());
 }
 

@@ -1,6 +1,7 @@
 #include "profiler/application.h"
 
 #include "profiler/profiler.h"
+#include "support/cataloguetext.h"
 #include "support/httpserver.h"
 #include "support/samplemachine.h"
 
@@ -37,7 +38,7 @@ public:
     /// Downloads a catalogue of these @p lines.
     void offer(const QStringList& lines)
     {
-        QString text = u"Name,Version,Release date,Filename,Ignored\n"_s;
+        QString text = QString::fromUtf8(catalogueTitles);
         for (const QString& line : lines) {
             text += line + u'\n';
         }

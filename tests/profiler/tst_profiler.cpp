@@ -638,7 +638,7 @@ void TestProfiler::scanAskedForWhenOneHasJustFinishedIsNotLost()
 
 void TestProfiler::scansAskedForDuringAScanDoNothing()
 {
-    const SampleMachine machine;
+    SampleMachine machine;
     ScanOnlyProfiler profiler;
     QSignalSpy finished(&profiler, &Profiler::workFinished);
     machine.holdScans();

@@ -3,6 +3,8 @@
 
 #include "support/httpserver.h"
 #include "support/privatehome.h"
+#include "support/propertylist.h"
+#include "support/settingsfile.h"
 #include "support/standin.h"
 #include "virtualdisplay.h"
 
@@ -207,19 +209,12 @@ void TestProgram::cleanup()
 void TestProgram::writeSettings(const QString& baseUrl)
 {
     m_home->write(u"Library/Quillmere/config.xml"_s,
-                  "<root><color><base>#d4d4d4</base><down>#ffdada</down><equal>#daffda</equal>"
-                  "<up>#dadaff</up></color><webconfig><baseURL>" +
-                      baseUrl.toUtf8() +
-                      "</baseURL><csvPath>catalogue.csv</csvPath>"
-                      "<csvSeparator>;</csvSeparator><softPath>s/</softPath></webconfig>"
-                      "<localconfig><downloadFolder></downloadFolder></localconfig></root>");
+                  settingsXml({.baseUrl = baseUrl, .csvSeparator = u";"_s, .downloadFolder = {}}));
 }
 
 void TestProgram::install(const QString& path, const QByteArray& version)
 {
-    m_home->write(u"Applications/"_s + path + "/Contents/Info.plist"_L1,
-                  "<plist><dict><key>CFBundleShortVersionString</key><string>" + version +
-                      "</string></dict></plist>");
+    m_home->write(u"Applications/"_s + path + "/Contents/Info.plist"_L1, versionPlist(version));
 }
 
 void TestProgram::start()

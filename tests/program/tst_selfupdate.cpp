@@ -1,5 +1,6 @@
 #include "support/httpserver.h"
 #include "support/privatehome.h"
+#include "support/settingsfile.h"
 #include "support/standin.h"
 #include "virtualdisplay.h"
 
@@ -89,11 +90,7 @@ void TestSelfUpdate::cleanup()
 void TestSelfUpdate::start(const QString& fileName, const QByteArray& body)
 {
     m_home->write(u"Library/Quillmere/config.xml"_s,
-                  "<root><color><base>#d4d4d4</base></color><webconfig><baseURL>" +
-                      m_server->url().toUtf8() +
-                      "</baseURL><csvPath>catalogue.csv</csvPath><csvSeparator>;</csvSeparator>"
-                      "<softPath>soft/</softPath></webconfig><localconfig>"
-                      "<downloadFolder>~/Downloads</downloadFolder></localconfig></root>");
+                  settingsXml({.baseUrl = m_server->url(), .csvSeparator = u";"_s}));
     m_server->reply(u"catalogue.csv"_s,
                     {.body = "Name;Version;Release date;Filename;Ignored\nQuillmere;99;;" +
                              fileName.toUtf8() + ";0\n"});

@@ -2,8 +2,11 @@
 
 #include "app/debug.h"
 #include "soak/holdings.h"
-#include "soak/steadyserver.h"
+#include "support/cataloguetext.h"
+#include "support/httpserver.h"
 #include "support/privatehome.h"
+#include "support/propertylist.h"
+#include "support/settingsfile.h"
 #include "support/standin.h"
 #include "support/windowclick.h"
 #include "ui/mainwindow.h"
@@ -87,7 +90,7 @@ private:
 
     std::optional<PrivateHome> m_home;
     std::optional<StandIns> m_standIns;
-    std::optional<SteadyServer> m_server;
+    std::optional<HttpServer> m_server;
     std::unique_ptr<MainWindow> m_window;
     QPushButton* m_loadButton = nullptr;
     QTableWidget* m_table = nullptr;
@@ -100,26 +103,26 @@ void TestSoak::initTestCase()
     m_home.emplace();
     m_standIns.emplace();
     m_server.emplace();
+    m_server->keepNoRecords();
     Debug::init();
     QDir(m_home->path()).mkpath(u"Downloads"_s);
     QDesktopServices::setUrlHandler(u"file"_s, this, "keepOpened");
 
-    QByteArray catalogue = "Name,Version,Release date,Filename,Ignored\n";
+    QByteArray catalogue = catalogueTitles;
     QByteArray paths;
     for (int i = 0; i < 30; ++i) {
         const QByteArray name = "Tool " + QByteArray::number(i);
-        catalogue += name + ",2." + QByteArray::number(i) + ",2026-01-31," +
-                     (i == archiveRow ? "tool.zip" : "tool.dmg") + ",0\n";
+        catalogue += catalogueLine(name, "2." + QByteArray::number(i), "2026-01-31",
+                                   i == archiveRow ? "tool.zip" : "tool.dmg");
         const QString bundle =
             m_home->path() + "/Bundles/"_L1 + QString::fromUtf8(name) + ".app"_L1;
         m_home->write("Bundles/"_L1 + QString::fromUtf8(name) + ".app/Contents/Info.plist"_L1,
-                      "<plist><dict><key>CFBundleShortVersionString</key><string>1." +
-                          QByteArray::number(i) + "</string></dict></plist>");
+                      versionPlist("1." + QByteArray::number(i)));
         paths += bundle.toUtf8() + '\n';
     }
     m_standIns->addPrinting(u"find"_s, paths);
-    m_server->serve("catalogue.csv", catalogue);
-    m_server->serve("soft/tool.dmg", QByteArray(100'000, 'x'));
+    m_server->reply(u"catalogue.csv"_s, {.body = catalogue});
+    m_server->reply(u"soft/tool.dmg"_s, {.body = QByteArray(100'000, 'x')});
     makeArchive();
     writeSettings();
 
@@ -137,13 +140,7 @@ void TestSoak::cleanupTestCase()
 
 void TestSoak::writeSettings()
 {
-    m_home->write(u"Library/Quillmere/config.xml"_s,
-                  "<root><color><base>#d4d4d4</base><down>#ffdada</down><equal>#daffda</equal>"
-                  "<up>#dadaff</up></color><webconfig><baseURL>" +
-                      m_server->url().toUtf8() +
-                      "</baseURL><csvPath>catalogue.csv</csvPath><csvSeparator>,</csvSeparator>"
-                      "<softPath>soft/</softPath></webconfig><localconfig>"
-                      "<downloadFolder>~/Downloads</downloadFolder></localconfig></root>");
+    m_home->write(u"Library/Quillmere/config.xml"_s, settingsXml({.baseUrl = m_server->url()}));
 }
 
 void TestSoak::makeArchive()
@@ -151,7 +148,7 @@ void TestSoak::makeArchive()
     m_home->write(u"Archive/Tool.pkg"_s, QByteArray(10'000, 'y'));
     const QString archive = m_home->path() + "/tool.zip"_L1;
     QCOMPARE(QProcess::execute(u"zip"_s, {u"-qjr"_s, archive, m_home->path() + "/Archive"_L1}), 0);
-    m_server->serve("soft/tool.zip", PrivateHome::read(archive));
+    m_server->reply(u"soft/tool.zip"_s, {.body = PrivateHome::read(archive)});
 }
 
 void TestSoak::scan()

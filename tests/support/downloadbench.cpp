@@ -1,6 +1,8 @@
 #include "support/downloadbench.h"
 
+#include "support/cataloguetext.h"
 #include "support/quietplatform.h"
+#include "support/settingsfile.h"
 #include "ui/waitdialog.h"
 #include "support/windowclick.h"
 
@@ -46,11 +48,12 @@ DownloadBench::~DownloadBench()
 
 void DownloadBench::list(const QList<Entry>& entries)
 {
-    QString text = u"Name,Version,Release date,Filename,Ignored\n"_s;
+    QByteArray text = catalogueTitles;
     for (const Entry& entry : entries) {
-        text += entry.name + u',' + entry.version + ",2026-01-31,"_L1 + entry.fileName + ",0\n"_L1;
+        text += catalogueLine(entry.name.toUtf8(), entry.version.toUtf8(), "2026-01-31",
+                              entry.fileName.toUtf8());
     }
-    setCatalogue(text.toUtf8());
+    setCatalogue(text);
 }
 
 void DownloadBench::listNothing()
@@ -113,13 +116,9 @@ QString DownloadBench::catalogueAddress() const
 QByteArray DownloadBench::settings() const
 {
     // The parts of an address are simply joined, so each server's may stand in the paths.
-    const QString text =
-        u"<root><color><base>#d4d4d4</base><down>#ffdada</down><equal>#daffda</equal>"
-        "<up>#dadaff</up></color><webconfig><baseURL></baseURL><csvPath>%1</csvPath>"
-        "<csvSeparator>,</csvSeparator><softPath>%2</softPath></webconfig>"
-        "<localconfig><downloadFolder>%3</downloadFolder></localconfig></root>"_s.arg(
-            catalogueAddress(), softAddress(), m_downloadFolder.toHtmlEscaped());
-    return text.toUtf8();
+    return settingsXml({.csvPath = catalogueAddress(),
+                        .softPath = softAddress(),
+                        .downloadFolder = m_downloadFolder});
 }
 
 void DownloadBench::create(Visibility visibility)

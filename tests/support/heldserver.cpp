@@ -1,24 +1,6 @@
 #include "support/heldserver.h"
 
-#include <QNetworkProxyFactory>
 #include <QTcpSocket>
-
-#include <memory>
-
-using namespace Qt::Literals::StringLiterals;
-
-HeldServer::HeldServer()
-{
-    QNetworkProxyFactory::setUseSystemConfiguration(false);
-    if (!listen(QHostAddress::LocalHost)) {
-        qFatal("cannot listen: %s", qUtf8Printable(errorString()));
-    }
-}
-
-QString HeldServer::url(const QString& path) const
-{
-    return u"http://127.0.0.1:%1/"_s.arg(serverPort()) + path;
-}
 
 qsizetype HeldServer::waiting(const QString& path) const
 {
@@ -70,23 +52,12 @@ void HeldServer::answer(const QString& path, const QByteArray& body, int status)
     end(path);
 }
 
-void HeldServer::incomingConnection(qintptr handle)
+void HeldServer::respond(QTcpSocket* socket, const QString& target)
 {
-    auto* socket = new QTcpSocket(this);
-    socket->setSocketDescriptor(handle);
-    auto head = std::make_shared<QByteArray>();
-    connect(socket, &QTcpSocket::readyRead, this, [this, socket, head] {
-        *head += socket->readAll();
-        if (head->contains("\r\n\r\n")) {
-            const QString path = QString::fromUtf8(head->split(' ').value(1)).mid(1);
-            m_waiting[path].append(socket);
-            head->clear();
-        }
-    });
+    m_waiting[target.mid(1)].append(socket);
     connect(socket, &QTcpSocket::disconnected, this, [this, socket] {
         for (QList<QTcpSocket*>& sockets : m_waiting) {
             sockets.removeOne(socket);
         }
-        socket->deleteLater();
     });
 }

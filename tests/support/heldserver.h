@@ -1,21 +1,18 @@
 #pragma once
 
+#include "support/httpserver.h"
+
 #include <QHash>
 #include <QList>
 #include <QStringList>
-#include <QTcpServer>
 
 class QTcpSocket;
 
-/// An HTTP server on a free port of 127.0.0.1 that answers each request when, and as far as, the
-/// test says. Of several requests for one path the oldest is meant.
-class HeldServer : public QTcpServer
+/// An HTTP server that answers each request when, and as far as, the test says. Of several requests
+/// for one path the oldest is meant.
+class HeldServer : public HttpServer
 {
 public:
-    HeldServer();
-
-    /// "http://127.0.0.1:PORT/" + @p path.
-    [[nodiscard]] QString url(const QString& path) const;
     /// How many requests for "/" + @p path wait for their end now.
     [[nodiscard]] qsizetype waiting(const QString& path) const;
     /// The paths of all that wait now, without their first "/", as the requests spell them.
@@ -29,7 +26,7 @@ public:
     void answer(const QString& path, const QByteArray& body, int status = 200);
 
 protected:
-    void incomingConnection(qintptr handle) override;
+    void respond(QTcpSocket* socket, const QString& target) override;
 
 private:
     [[nodiscard]] QTcpSocket* oldest(const QString& path) const;

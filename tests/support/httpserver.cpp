@@ -125,17 +125,24 @@ void HttpServer::incomingConnection(qintptr handle)
     connect(socket, &QTcpSocket::readyRead, this, [this, socket, received] {
         *received += socket->readAll();
         if (received->contains("\r\n\r\n")) {
-            answer(socket, std::exchange(*received, {}));
+            take(socket, std::exchange(*received, {}));
         }
     });
 }
 
-void HttpServer::answer(QTcpSocket* socket, const QByteArray& head)
+void HttpServer::take(QTcpSocket* socket, const QByteArray& head)
 {
     const QString target = QString::fromUtf8(head.split(' ').value(1));
-    m_requests.append(target);
-    m_heads.append(head);
+    if (m_keepsRecords) {
+        m_requests.append(target);
+        m_heads.append(head);
+    }
     Q_EMIT requested(target);
+    respond(socket, target);
+}
+
+void HttpServer::respond(QTcpSocket* socket, const QString& target)
+{
     const auto queued = m_replies.find(target);
     if (queued == m_replies.end()) {
         send(socket, {.body = "not found", .status = 404});

@@ -49,6 +49,8 @@ public:
     void reply(const QString& path, const HttpReply& reply);
     /// Forgets all queued replies.
     void forget();
+    /// Keeps nothing of what it is asked from now on: for a test of what a long run leaves behind.
+    void keepNoRecords() { m_keepsRecords = false; }
     /// The request targets asked for so far, in order: "/config/a.csv".
     [[nodiscard]] QStringList requests() const { return m_requests; }
     /// The heads of the requests, whole, in the same order.
@@ -63,15 +65,19 @@ Q_SIGNALS:
 protected:
     void incomingConnection(qintptr handle) override;
 
+    /// Answers the request for @p target, which has come whole.
+    virtual void respond(QTcpSocket* socket, const QString& target);
+
 private:
-    void answer(QTcpSocket* socket, const QByteArray& head);
-    void send(QTcpSocket* socket, const HttpReply& reply);
+    void take(QTcpSocket* socket, const QByteArray& head);
+    static void send(QTcpSocket* socket, const HttpReply& reply);
 
     QSslConfiguration m_tls;
     QHash<QString, QList<HttpReply>> m_replies;
     QStringList m_requests;
     QList<QByteArray> m_heads;
     int m_open = 0;
+    bool m_keepsRecords = true;
 };
 
 /// Key and certificate of 127.0.0.1, signed by itself, so that nobody trusts it unasked.

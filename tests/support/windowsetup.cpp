@@ -1,46 +1,24 @@
 #include "support/windowsetup.h"
 
-#include "app/debug.h"
+#include "support/cataloguetext.h"
 #include "support/quietplatform.h"
 #include "ui/waitdialog.h"
 
-#include <QDir>
-#include <QFile>
 #include <QTest>
 
 using namespace Qt::Literals::StringLiterals;
 
-namespace {
-
-QByteArray element(const char* name, const QString& value)
-{
-    return '<' + QByteArray(name) + '>' + value.toHtmlEscaped().toUtf8() + "</" + name + '>';
-}
-
-} // namespace
-
 WindowSetup::WindowSetup()
 {
     quietPlatform();
-    Debug::init();
     configure({});
-    QDir(home.path()).mkpath(u"Applications"_s);
-    commands.add(u"find"_s, "echo scan >>\"$HOME/scans\"\n"
-                            "while [ -e \"$HOME/hold\" ]; do sleep 0.02; done\n"
-                            "PATH=${PATH#*:}\n"
-                            "exec find \"$HOME/Applications\" -type d -name '*.app'\n");
 }
 
-void WindowSetup::configure(const Settings& settings) const
+void WindowSetup::configure(Settings settings) const
 {
-    home.write(u"Library/Quillmere/config.xml"_s,
-               "<root><color>" + element("base", settings.base) + element("down", settings.down) +
-                   element("equal", settings.equal) + element("up", settings.up) +
-                   "</color><webconfig>" + element("baseURL", server.url()) +
-                   element("csvPath", settings.csvPath) +
-                   element("csvSeparator", settings.csvSeparator) +
-                   element("softPath", u"software/"_s) + "</webconfig><localconfig>" +
-                   element("downloadFolder", settings.downloadFolder) + "</localconfig></root>");
+    settings.baseUrl = server.url();
+    settings.softPath = u"software/"_s;
+    home.write(u"Library/Quillmere/config.xml"_s, settingsXml(settings));
 }
 
 void WindowSetup::offer(const QList<Entry>& entries)
@@ -56,39 +34,22 @@ void WindowSetup::answer(const HttpReply& reply)
 
 QByteArray WindowSetup::catalogue(const QList<Entry>& entries)
 {
-    QByteArray text = "Name,Version,Release date,Filename,Ignored\n";
+    QByteArray text = catalogueTitles;
     for (const Entry& entry : entries) {
-        text += entry.name + ',' + entry.version + ',' + entry.releaseDate + ',' + entry.filename +
-                ",0\n";
+        text += catalogueLine(entry.name, entry.version, entry.releaseDate, entry.filename);
     }
     return text;
 }
 
-void WindowSetup::install(const QString& name, const QByteArray& version) const
+void WindowSetup::install(const QString& name, const QByteArray& version)
 {
-    home.write(u"Applications/"_s + name + ".app/Contents/Info.plist"_L1,
-               "<plist><dict><key>CFBundleShortVersionString</key><string>" + version +
-                   "</string></dict></plist>");
-}
-
-void WindowSetup::uninstall(const QString& name) const
-{
-    QDir(home.path() + "/Applications/"_L1 + name + ".app"_L1).removeRecursively();
-}
-
-void WindowSetup::holdScans() const
-{
-    home.write(u"hold"_s, {});
-}
-
-void WindowSetup::releaseScans() const
-{
-    QFile::remove(home.path() + "/hold"_L1);
+    // Never without an Info.plist, which a null text would mean.
+    machine.install(name, u""_s + QString::fromUtf8(version));
 }
 
 qsizetype WindowSetup::scans() const
 {
-    return PrivateHome::read(home.path() + "/scans"_L1).count('\n');
+    return machine.calls(u"find"_s).size();
 }
 
 bool WindowSetup::scan() const

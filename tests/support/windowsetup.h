@@ -4,8 +4,8 @@
 
 #include "support/httpserver.h"
 #include "support/modalbox.h"
-#include "support/privatehome.h"
-#include "support/standin.h"
+#include "support/samplemachine.h"
+#include "support/settingsfile.h"
 
 #include <QAction>
 #include <QPushButton>
@@ -14,18 +14,6 @@
 #include <memory>
 
 class WaitDialog;
-
-/// What the settings file says; the colours are the default ones.
-struct Settings
-{
-    QString base = QStringLiteral("#d4d4d4");
-    QString down = QStringLiteral("#ffdada");
-    QString equal = QStringLiteral("#daffda");
-    QString up = QStringLiteral("#dadaff");
-    QString csvPath = QStringLiteral("catalogue.csv");
-    QString csvSeparator = QStringLiteral(",");
-    QString downloadFolder = QStringLiteral("~/Downloads");
-};
 
 /// One line of the catalogue.
 struct Entry
@@ -36,27 +24,27 @@ struct Entry
     QByteArray filename = "file.zip";
 };
 
-/// A main window and all it depends on: a private HOME with settings that name a server of this
-/// process, and a `find` that lists the bundles of HOME's own "Applications" folder. A BoxGuard
-/// watches.
+/// A main window and all it depends on: a sample machine with settings that name a server of this
+/// process. A BoxGuard watches.
 class WindowSetup
 {
 public:
     WindowSetup();
 
-    /// Writes the settings file, for a window that is created later.
-    void configure(const Settings& settings) const;
+    /// Writes the settings file, for a window that is created later; the server's address goes into
+    /// it in any case.
+    void configure(Settings settings) const;
     /// What the server answers from now on.
     void offer(const QList<Entry>& entries);
     void offerNothing() { offer({}); }
     void answer(const HttpReply& reply);
     [[nodiscard]] static QByteArray catalogue(const QList<Entry>& entries);
 
-    void install(const QString& name, const QByteArray& version) const;
-    void uninstall(const QString& name) const;
+    void install(const QString& name, const QByteArray& version);
+    void uninstall(const QString& name) { machine.uninstall(name); }
     /// Scans wait from now on until releaseScans().
-    void holdScans() const;
-    void releaseScans() const;
+    void holdScans() { machine.holdScans(); }
+    void releaseScans() const { machine.releaseScans(); }
     /// How many scans have run their command.
     [[nodiscard]] qsizetype scans() const;
     /// Scans and waits for the end; false when it does not come.
@@ -87,8 +75,8 @@ public:
     /// Null before the first scan.
     [[nodiscard]] WaitDialog* waitDialog() const;
 
-    PrivateHome home;
-    StandIns commands;
+    SampleMachine machine;
+    const PrivateHome& home = machine.home();
     HttpServer server;
 
 private:

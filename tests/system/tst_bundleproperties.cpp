@@ -1,6 +1,7 @@
 #include "system/sysprofiler.h"
 
-#include "support/scanmachine.h"
+#include "support/propertylist.h"
+#include "support/samplemachine.h"
 
 #include <QDir>
 #include <QFile>
@@ -114,7 +115,7 @@ private Q_SLOTS:
     void versionIsReadUnderTheLock();
 
 private:
-    [[nodiscard]] ScanMachine& machine() { return *m_machine; }
+    [[nodiscard]] SampleMachine& machine() { return *m_machine; }
     /// The path of a file "Info.plist" with the content.
     [[nodiscard]] QString plist(const QByteArray& content);
     /// Installs "Foo" with an Info.plist and scans.
@@ -122,7 +123,7 @@ private:
     [[nodiscard]] QString fooPlist() { return machine().location(u"Foo"_s) + infoPlist; }
 
     const QString infoPlist = u"/Contents/Info.plist"_s;
-    std::optional<ScanMachine> m_machine;
+    std::optional<SampleMachine> m_machine;
 };
 
 void TestBundleProperties::initTestCase()
@@ -144,7 +145,7 @@ QString TestBundleProperties::plist(const QByteArray& content)
 
 void TestBundleProperties::scanFooWith(SysProfiler& profiler, const QByteArray& infoPlistContent)
 {
-    machine().list({machine().install(u"Foo"_s, infoPlistContent)});
+    machine().list({machine().putBundle(u"Foo"_s, infoPlistContent)});
     profiler.update();
     machine().takeLog();
 }
@@ -568,7 +569,7 @@ void TestBundleProperties::onlyGetVersionShortens()
 
 void TestBundleProperties::plistPathIsTheLocationWithContentsBehindIt()
 {
-    const QString location = machine().install(u"It's 100 %1"_s, versionPlist("1.0"));
+    const QString location = machine().putBundle(u"It's 100 %1"_s, versionPlist("1.0"));
     machine().list({location, location + "/Wrapper/Bar.app"_L1});
     SysProfiler profiler;
     profiler.update();
@@ -643,7 +644,7 @@ void TestBundleProperties::bundleIsReadOncePerScan()
     SysProfiler profiler;
     scanFooWith(profiler, versionPlist("1.0"));
     QCOMPARE(profiler.getVersion(u"Foo"_s), u"1.0"_s);
-    machine().install(u"Foo"_s, versionPlist("2.0"));
+    machine().putBundle(u"Foo"_s, versionPlist("2.0"));
     QCOMPARE(profiler.getVersion(u"Foo"_s), u"1.0"_s);
     QCOMPARE(profiler.findPlistVersion(u"Foo"_s), u"2.0"_s);
     QCOMPARE(profiler.getVersion(u"Foo"_s), u"1.0"_s);
@@ -657,7 +658,7 @@ void TestBundleProperties::emptyVersionIsCachedToo()
     SysProfiler profiler;
     profiler.update();
     QCOMPARE(profiler.getVersion(u"Foo"_s), QString());
-    machine().install(u"Foo"_s, versionPlist("1.0"));
+    machine().putBundle(u"Foo"_s, versionPlist("1.0"));
     QCOMPARE(profiler.getVersion(u"Foo"_s), QString());
     profiler.update();
     QCOMPARE(profiler.getVersion(u"Foo"_s), u"1.0"_s);
@@ -665,9 +666,9 @@ void TestBundleProperties::emptyVersionIsCachedToo()
 
 void TestBundleProperties::everyNameHasItsOwnVersion()
 {
-    machine().list({machine().install(u"Foo"_s, versionPlist("1.0")),
-                    machine().install(u"Foo Pro"_s, versionPlist("2.0")),
-                    machine().install(u"foo 2"_s, versionPlist("3.0"))});
+    machine().list({machine().putBundle(u"Foo"_s, versionPlist("1.0")),
+                    machine().putBundle(u"Foo Pro"_s, versionPlist("2.0")),
+                    machine().putBundle(u"foo 2"_s, versionPlist("3.0"))});
     SysProfiler profiler;
     profiler.update();
     for (int time = 0; time < 2; ++time) {
@@ -705,7 +706,7 @@ void TestBundleProperties::warningComesAgainAfterClearing()
 
 void TestBundleProperties::nothingIsReadDuringTheScan()
 {
-    machine().list({machine().install(u"Foo"_s, "no XML"), machine().location(u"Bar"_s)});
+    machine().list({machine().putBundle(u"Foo"_s, "no XML"), machine().location(u"Bar"_s)});
     SysProfiler profiler;
     profiler.update();
     QCOMPARE(machine().calls(u"plutil"_s), QList<QStringList>());
@@ -715,7 +716,7 @@ void TestBundleProperties::nothingIsReadDuringTheScan()
 
 void TestBundleProperties::systemReportReadsNoBundle()
 {
-    const QString location = machine().install(u"Foo"_s, "no XML");
+    const QString location = machine().putBundle(u"Foo"_s, "no XML");
     machine().answer(u"system_profiler"_s, "Applications:\n\n    Foo:\n\n      Version: 1.0 x\n"
                                            "      Location: " +
                                                location.toUtf8() + "\n\n");

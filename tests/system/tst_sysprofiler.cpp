@@ -1,6 +1,7 @@
 #include "system/sysprofiler.h"
 
-#include "support/scanmachine.h"
+#include "support/propertylist.h"
+#include "support/samplemachine.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -180,9 +181,9 @@ private Q_SLOTS:
     void destructionRightAfterWorkFinishedIsSafe();
 
 private:
-    [[nodiscard]] ScanMachine& machine() { return *m_machine; }
+    [[nodiscard]] SampleMachine& machine() { return *m_machine; }
 
-    std::optional<ScanMachine> m_machine;
+    std::optional<SampleMachine> m_machine;
 };
 
 void TestSysProfiler::initTestCase()
@@ -540,7 +541,7 @@ void TestSysProfiler::laterScanReplacesTheEarlierResult()
 
 void TestSysProfiler::clearForgetsEverything()
 {
-    machine().list({machine().install(u"Foo"_s, versionPlist("1.0"))});
+    machine().list({machine().putBundle(u"Foo"_s, versionPlist("1.0"))});
     SysProfiler profiler;
     profiler.update();
     QCOMPARE(profiler.getVersion(u"Foo"_s), u"1.0"_s);
@@ -977,7 +978,7 @@ void TestSysProfiler::workFinishedMayBeConnectedToTheNextRequest()
 
 void TestSysProfiler::versionAskedForDuringAScanIsForgottenWhenTheResultIsStored()
 {
-    machine().list({machine().install(u"Foo"_s, versionPlist("2.0"))});
+    machine().list({machine().putBundle(u"Foo"_s, versionPlist("2.0"))});
     SysProfiler profiler;
     FinishedScans finished(profiler);
     const HeldCommand find(machine(), u"find"_s);

@@ -3,7 +3,8 @@
 
 #include "app/debug.h"
 #include "profiler/profiler.h"
-#include "support/scanmachine.h"
+#include "support/propertylist.h"
+#include "support/samplemachine.h"
 #include "system/sysprofiler.h"
 
 #include <QDeadlineTimer>
@@ -105,7 +106,7 @@ private Q_SLOTS:
     void theLogCanStartAnewWhileLinesAreWritten();
 
 private:
-    std::optional<ScanMachine> m_machine;
+    std::optional<SampleMachine> m_machine;
 };
 
 void TestThreads::initTestCase()
@@ -119,7 +120,7 @@ void TestThreads::init()
     m_machine.emplace();
     QStringList paths;
     for (int i = 0; i < applications; ++i) {
-        paths.append(m_machine->install(nameOf(i), versionPlist("1." + QByteArray::number(i))));
+        paths.append(m_machine->putBundle(nameOf(i), versionPlist("1." + QByteArray::number(i))));
     }
     m_machine->list(paths);
 }

@@ -1,4 +1,4 @@
-#include "windowsetup.h"
+#include "support/windowsetup.h"
 
 #include "app/debug.h"
 #include "support/modalbox.h"
