@@ -52,7 +52,7 @@ fi
 
 # shellcheck disable=SC2086 # a list of names
 install_missing $run_packages
-build_preset release
+build_preset release quillmere
 
 if [ "$mine" = yes ]; then
     exec "$(release_program)"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds the tests and runs them all; further arguments go to CTest
-# (./test.sh -R Log). The exit status is the tests'.
+# Installs what is missing, builds the tests and runs them all, side by side; further arguments go to
+# CTest (./test.sh -R Log). The exit status is the tests'.
 set -euo pipefail
 cd "$(dirname "$0")"
 # shellcheck source=scripts/common.sh
@@ -8,5 +8,11 @@ cd "$(dirname "$0")"
 
 install_missing unzip=unzip zip=zip nginx=nginx-light python3=python3 ps=procps \
     Xvfb=xvfb xauth=xauth openbox=openbox xdotool=xdotool import=imagemagick xwininfo=x11-utils
+if [ ! -e build/dev/tests/ui/tst_mainwindow ]; then
+    say "The first build takes a few minutes; how long the tests take is said behind it."
+fi
 build_preset dev
-exec ctest --preset dev --no-tests=error "$@"
+# Most of the long tests wait, so that two for each processor leave none idle.
+jobs=$((2 * $(getconf _NPROCESSORS_ONLN)))
+ctest --preset dev --show-only=json-v1 "$@" | python3 scripts/test_time.py "$jobs"
+exec ctest --preset dev --no-tests=error -j "$jobs" "$@"
