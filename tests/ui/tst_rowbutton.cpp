@@ -1,4 +1,4 @@
-#include "downloadbench.h"
+#include "support/downloadbench.h"
 
 #include "support/windowclick.h"
 

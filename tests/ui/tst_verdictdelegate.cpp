@@ -1,4 +1,4 @@
-#include "windowsetup.h"
+#include "support/windowsetup.h"
 
 #include "support/windowclick.h"
 
