@@ -40,7 +40,7 @@ public:
     [[nodiscard]] bool hasData() const;
     [[nodiscard]] qsizetype size() const;
 
-    /// The names that start with @p name, in ascending order; every name for an empty text.
+    /// The names that start with @p name, in ascending order; every name for an empty or null one.
     [[nodiscard]] QStringList find(const QString& name) const;
     /// Whether any name starts with @p name; false for an empty text.
     [[nodiscard]] bool isInstall(const QString& name) const;

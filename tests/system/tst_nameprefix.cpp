@@ -34,6 +34,13 @@ void TestNamePrefix::findsTheNamesThatStartWithAText_data()
     row("between two", u"Synth 3"_s, {});
     row("case counts", u"synth"_s, {u"synth"_s});
     row("nothing: all of them", u""_s, names);
+    row("a null text: all of them", QString(), names);
+    const QStringList withNull = {QString(), u"Atlas"_s};
+    QTest::newRow("nothing, with a null name among them") << withNull << u""_s << withNull;
+    QTest::newRow("a null text, with a null name among them") << withNull << QString() << withNull;
+    QTest::newRow("something, with a null name among them")
+        << withNull << u"A"_s << QStringList{u"Atlas"_s};
+    QTest::newRow("a null name alone") << QStringList{QString()} << u""_s << QStringList{QString()};
     QTest::newRow("among no names") << QStringList() << u"Synth"_s << QStringList();
     QTest::newRow("nothing among no names") << QStringList() << u""_s << QStringList();
 }

@@ -155,6 +155,7 @@ private Q_SLOTS:
 
     void nameAskedForItsVersionBecomesAKnownOne();
     void namesStayInOrderWhenOneIsInserted();
+    void nullNameAskedForItsVersionIsFoundLikeTheOthers();
     void nameInsertedIsForgottenByTheNextScan();
     void systemReportVersionIsReturnedWhole();
     void unknownNameGetsAnEmptyVersionFromTheSystemReport();
@@ -723,6 +724,19 @@ void TestSysProfiler::nameInsertedIsForgottenByTheNextScan()
 {
     machine().list({path(u"Foo"_s)});
     SysProfiler profiler;
+void TestSysProfiler::nullNameAskedForItsVersionIsFoundLikeTheOthers()
+{
+    machine().list({path(u"Foo"_s)});
+    SysProfiler profiler;
+    profiler.update();
+    QVERIFY(profiler.getVersion(QString()).isEmpty());
+    const QStringList all = {QString(), u"Foo"_s};
+    QCOMPARE(profiler.find(u""_s), all);
+    QCOMPARE(profiler.find(QString()), all);
+    QCOMPARE(profiler.size(), 2);
+    QVERIFY(!profiler.isInstall(u""_s));
+}
+
     profiler.update();
     QVERIFY(profiler.getVersion(u"Bar"_s).isEmpty());
     profiler.update();
