@@ -42,6 +42,14 @@ void logBundles(const QStringList& names, const PropertyMap& applications)
     }
 }
 
+QByteArray commandOutput(SysProfiler::SearchEngine engine)
+{
+    if (engine >= SysProfiler::COMMAND.size()) {
+        return {};
+    }
+    return System::execute(SysProfiler::COMMAND[engine]).constFirst();
+}
+
 QString plistPath(const QString& location)
 {
     return location + "/Contents/Info.plist"_L1;
@@ -75,7 +83,7 @@ QString readPlistValue(QXmlStreamReader& xml, const QString& key)
 SysProfiler::SysProfiler(SearchEngine engine) : m_engine(engine)
 {
     Debug(Debug::Info) << "SysProfiler - Initialized";
-    Debug(Debug::Info) << "SysProfiler - System search engine: " << SEARCH_ENGINE_NAME[m_engine];
+    Debug(Debug::Info) << "SysProfiler - System search engine: " << SEARCH_ENGINE_NAME[engine];
 }
 
 SysProfiler::~SysProfiler()
@@ -250,8 +258,10 @@ void SysProfiler::update()
     timer.start();
 
     PropertyMap found;
-    const bool isReport = m_engine == SYSTEM_PROFILER;
-    isReport ? exec_system_profiler(found) : exec_find(found);
+    // Asked for once: it may be changed while the command runs.
+    const SearchEngine engine = m_engine;
+    const bool isReport = engine == SYSTEM_PROFILER;
+    isReport ? exec_system_profiler(found) : exec_find(found, engine);
     QStringList names = ascendingNames(found);
     if (!isReport) {
         logBundles(names, found);
@@ -287,24 +297,16 @@ void SysProfiler::threadUpdate()
     start(QThread::InheritPriority);
 }
 
-QByteArray SysProfiler::commandOutput() const
-{
-    if (m_engine >= COMMAND.size()) {
-        return {};
-    }
-    return System::execute(COMMAND[m_engine]).constFirst();
-}
-
 int SysProfiler::exec_system_profiler(PropertyMap& found) const
 {
-    found = parseSystemProfilerReport(commandOutput());
+    found = parseSystemProfilerReport(commandOutput(SYSTEM_PROFILER));
     return 0;
 }
 
-int SysProfiler::exec_find(PropertyMap& found) const
+int SysProfiler::exec_find(PropertyMap& found, SearchEngine engine) const
 {
-    found = parseBundlePaths(commandOutput());
-    Debug(Debug::Info) << "SysProfiler [" << SEARCH_ENGINE_NAME[m_engine] << "] — " << found.size()
+    found = parseBundlePaths(commandOutput(engine));
+    Debug(Debug::Info) << "SysProfiler [" << SEARCH_ENGINE_NAME[engine] << "] — " << found.size()
                        << " apps found";
     return 0;
 }

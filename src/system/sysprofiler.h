@@ -6,6 +6,8 @@
 #include <QStringList>
 #include <QThread>
 
+#include <atomic>
+
 /// The installed applications: which there are, where, and in which version.
 ///
 /// The object lives on the interface thread and is itself the thread of a background scan. Every
@@ -32,7 +34,7 @@ public:
     /// Waits for a running scan.
     ~SysProfiler() override;
 
-    /// The engine of the next scan.
+    /// The engine of the next scan; one that is under way keeps its own. Any thread may call it.
     void changeEngine(SearchEngine engine);
     /// Forgets all applications and versions.
     void clear();
@@ -88,13 +90,12 @@ Q_SIGNALS:
 
 private:
     int exec_system_profiler(PropertyMap& found) const;
-    int exec_find(PropertyMap& found) const;
-    [[nodiscard]] QByteArray commandOutput() const;
+    int exec_find(PropertyMap& found, SearchEngine engine) const;
     /// The value of @p key, which is added to @p name's properties, and @p name to the known ones,
     /// where missing.
     QString& valueInserted(const QString& name, const QString& key);
 
-    SearchEngine m_engine;
+    std::atomic<SearchEngine> m_engine;
     bool m_hasData = false;
     bool m_scanEnded = false; ///< the thread has nothing left to do but to end
     PropertyMap m_data;

@@ -141,6 +141,7 @@ private Q_SLOTS:
     void onlyStandardOutputCountsHoweverTheCommandEnds();
     void loggedDurationIsInSeconds();
     void changedEngineTakesEffectAtTheNextScan();
+    void changedEngineLeavesTheScanUnderWayAlone();
     void laterScanReplacesTheEarlierResult();
     void clearForgetsEverything();
 
@@ -154,8 +155,8 @@ private Q_SLOTS:
     void accessorsReadTheirProperty();
 
     void nameAskedForItsVersionBecomesAKnownOne();
-    void namesStayInOrderWhenOneIsInserted();
     void nullNameAskedForItsVersionIsFoundLikeTheOthers();
+    void namesStayInOrderWhenOneIsInserted();
     void nameInsertedIsForgottenByTheNextScan();
     void systemReportVersionIsReturnedWhole();
     void unknownNameGetsAnEmptyVersionFromTheSystemReport();
@@ -527,6 +528,27 @@ void TestSysProfiler::changedEngineTakesEffectAtTheNextScan()
     QCOMPARE(machine().calls(u"mdfind"_s).size(), 1);
 }
 
+void TestSysProfiler::changedEngineLeavesTheScanUnderWayAlone()
+{
+    machine().list({path(u"Foo"_s)});
+    machine().answer(u"system_profiler"_s, "Applications:\n\n    Bar:\n\n      Version: 1\n\n");
+    SysProfiler profiler;
+    FinishedScans finished(profiler);
+    const HeldCommand find(machine(), u"find"_s);
+    profiler.threadUpdate();
+    QTRY_COMPARE(machine().calls(u"find"_s).size(), 1);
+    profiler.changeEngine(SysProfiler::SYSTEM_PROFILER);
+    machine().takeLog();
+    find.release();
+    QVERIFY(finished.reach(1));
+    QCOMPARE(machine().takeLog().value(0), u"[INFO] SysProfiler [find] — 1 apps found"_s);
+    QCOMPARE(profiler.find(u""_s), QStringList{u"Foo"_s});
+
+    profiler.update();
+    QCOMPARE(profiler.find(u""_s), QStringList{u"Bar"_s});
+    QCOMPARE(machine().takeLog(u"apps found"_s), QStringList());
+}
+
 void TestSysProfiler::laterScanReplacesTheEarlierResult()
 {
     machine().list(paths({u"Foo"_s, u"Gone"_s}));
@@ -702,6 +724,19 @@ void TestSysProfiler::nameAskedForItsVersionBecomesAKnownOne()
     QCOMPARE(profiler.size(), 2);
 }
 
+void TestSysProfiler::nullNameAskedForItsVersionIsFoundLikeTheOthers()
+{
+    machine().list({path(u"Foo"_s)});
+    SysProfiler profiler;
+    profiler.update();
+    QVERIFY(profiler.getVersion(QString()).isEmpty());
+    const QStringList all = {QString(), u"Foo"_s};
+    QCOMPARE(profiler.find(u""_s), all);
+    QCOMPARE(profiler.find(QString()), all);
+    QCOMPARE(profiler.size(), 2);
+    QVERIFY(!profiler.isInstall(u""_s));
+}
+
 void TestSysProfiler::namesStayInOrderWhenOneIsInserted()
 {
     machine().list(paths({u"Foo"_s, u"Bar"_s, u"Synth"_s}));
@@ -724,19 +759,6 @@ void TestSysProfiler::nameInsertedIsForgottenByTheNextScan()
 {
     machine().list({path(u"Foo"_s)});
     SysProfiler profiler;
-void TestSysProfiler::nullNameAskedForItsVersionIsFoundLikeTheOthers()
-{
-    machine().list({path(u"Foo"_s)});
-    SysProfiler profiler;
-    profiler.update();
-    QVERIFY(profiler.getVersion(QString()).isEmpty());
-    const QStringList all = {QString(), u"Foo"_s};
-    QCOMPARE(profiler.find(u""_s), all);
-    QCOMPARE(profiler.find(QString()), all);
-    QCOMPARE(profiler.size(), 2);
-    QVERIFY(!profiler.isInstall(u""_s));
-}
-
     profiler.update();
     QVERIFY(profiler.getVersion(u"Bar"_s).isEmpty());
     profiler.update();

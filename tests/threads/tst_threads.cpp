@@ -102,6 +102,7 @@ private Q_SLOTS:
     void queriesDuringScansSeeAWholeResultOrNone();
     void everyScanIsRelayedToTheInterfaceThreadWithItsResult();
     void scansCanFollowOneAnotherAtOnce();
+    void engineCanBeChangedDuringScans();
     void theLogTakesLinesOfAllThreadsAndOfAScan();
     void theLogCanStartAnewWhileLinesAreWritten();
 
@@ -200,6 +201,31 @@ void TestThreads::scansCanFollowOneAnotherAtOnce()
     }
     QVERIFY(scan.ends() >= scans);
     QVERIFY(asked > scan.ends());
+}
+
+void TestThreads::engineCanBeChangedDuringScans()
+{
+    m_machine->answer(u"mdfind"_s, "/Applications/Other.app\n");
+    (void)m_machine->takeLog();
+    auto& scan = kept<Scan>();
+    const QDeadlineTimer patience(60'000);
+    int changes = 0;
+    while (scan.ends() < scans && !patience.hasExpired()) {
+        scan.threadUpdate();
+        scan.changeEngine(changes++ % 2 == 0 ? SysProfiler::MDFIND : SysProfiler::FIND);
+        (void)scan.getVersion(u"Other"_s);
+        QCoreApplication::processEvents();
+        QThread::usleep(200);
+    }
+    QVERIFY(scan.ends() >= scans);
+    // The name that is logged is that of the command that was run.
+    const QStringList lines = m_machine->takeLog(u"apps found"_s);
+    QVERIFY(lines.size() >= scans);
+    for (const QString& line : lines) {
+        QVERIFY2(line == u"[INFO] SysProfiler [find] — %1 apps found"_s.arg(applications) ||
+                     line == u"[INFO] SysProfiler [mdfind] — 1 apps found"_s,
+                 qPrintable(line));
+    }
 }
 
 void TestThreads::theLogTakesLinesOfAllThreadsAndOfAScan()
