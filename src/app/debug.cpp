@@ -27,6 +27,25 @@ namespace {
 // Guards the shared file and stream; not held while the console is written.
 Q_CONSTINIT QBasicMutex logFileMutex;
 
+/// The file ends within a line that could not be written whole; guarded likewise.
+bool isLineTorn = false;
+
+/// Writes @p text, a whole line or more, in one piece. That it cannot is ignored: the text is lost,
+/// at a full disk but for its beginning, and the next one is tried anew.
+void writeText(QTextStream& stream, QString text)
+{
+    if (isLineTorn) {
+        text.prepend(u'\n');
+    }
+    const qint64 begin = stream.device()->pos();
+    stream << text;
+    stream.flush();
+    const bool isWritten = stream.status() == QTextStream::Ok;
+    isLineTorn = !isWritten && (isLineTorn || stream.device()->pos() != begin);
+    // Else the stream would keep every later text, and write none.
+    stream.resetStatus();
+}
+
 /// The local time to the second, as a text of the calling thread. Kept from line to line: making it
 /// is a third of a line's cost, and many lines are written in one second.
 QStringView timeStamp()
@@ -56,14 +75,16 @@ void Debug::init()
     const QString folder = userFolder();
     QDir().mkpath(folder);
     s_logFile = new QFile(folder + "quillmere.log"_L1);
-    if (!s_logFile->open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text)) {
+    // Unbuffered, as each line is flushed anyway: a buffer would keep what a full disk refuses.
+    if (!s_logFile->open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text |
+                         QIODevice::Unbuffered)) {
         return;
     }
     s_logStream = new QTextStream(s_logFile);
-    *s_logStream << "=== " << BuildInfo::productName() << ' ' << BuildInfo::productVersion()
-                 << " — " << QDateTime::currentDateTime().toString(u"yyyy-MM-dd HH:mm:ss"_s)
-                 << " ===\n";
-    s_logStream->flush();
+    isLineTorn = false;
+    writeText(*s_logStream, u"=== %1 %2 — %3 ===\n"_s.arg(
+                                BuildInfo::productName(), BuildInfo::productVersion(),
+                                QDateTime::currentDateTime().toString(u"yyyy-MM-dd HH:mm:ss"_s)));
 }
 
 QString Debug::logFilePath()
@@ -84,7 +105,6 @@ Debug::~Debug()
     qDebug().noquote() << m_text;
     const QMutexLocker locker(&logFileMutex);
     if (s_logStream && m_level <= Info) {
-        *s_logStream << m_text << '\n';
-        s_logStream->flush();
+        writeText(*s_logStream, m_text + u'\n');
     }
 }

@@ -1,5 +1,6 @@
 #include "app/debug.h"
 
+#include "support/limits.h"
 #include "support/privatehome.h"
 
 #include <QDateTime>
@@ -17,6 +18,10 @@
 #include <vector>
 
 #include <time.h>
+
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -81,6 +86,17 @@ QString asBytes(const QByteArray& bytes)
     return QString::fromLatin1(bytes);
 }
 
+/// What the heap has given away; 0 where nobody can tell.
+size_t allocatedBytes()
+{
+#ifdef __GLIBC__
+    const auto heap = mallinfo2();
+    return heap.uordblks + heap.hblkhd;
+#else
+    return 0;
+#endif
+}
+
 QDateTime nowInWholeSeconds()
 {
     return QDateTime::fromSecsSinceEpoch(QDateTime::currentSecsSinceEpoch());
@@ -126,6 +142,9 @@ private Q_SLOTS:
     void withoutAFileItStillHasAPathAndAConsole_data();
     void withoutAFileItStillHasAPathAndAConsole();
 
+    void afterAFullDiskLinesAreWrittenAgain_data();
+    void afterAFullDiskLinesAreWrittenAgain();
+    void linesForAFullDiskDoNotPileUp();
     void linesOfManyThreadsStayWhole();
 
 private:
@@ -444,6 +463,65 @@ void TestDebug::withoutAFileItStillHasAPathAndAConsole()
     if (!blocker.isEmpty()) {
         QCOMPARE(PrivateHome::read(blocker), QByteArray("in the way"));
     }
+}
+
+void TestDebug::afterAFullDiskLinesAreWrittenAgain_data()
+{
+    QTest::addColumn<int>("lost"); ///< lines while the disk is full
+    QTest::addColumn<int>("length");
+
+    QTest::newRow("after one line") << 1 << 10;
+    QTest::newRow("after many lines") << 5'000 << 10;
+    QTest::newRow("after a long line") << 1 << 100'000;
+    QTest::newRow("after long lines") << 10 << 20'000;
+}
+
+void TestDebug::afterAFullDiskLinesAreWrittenAgain()
+{
+    QFETCH(int, lost);
+    QFETCH(int, length);
+    Debug::init();
+    const QString filler(length, u'x');
+    {
+        // Console: else thousands of lines would hide what the test says.
+        const Console console;
+        // Room for the beginning of a line only.
+        const SmallFiles full(rlim_t(QFileInfo(Debug::logFilePath()).size()) + 7);
+        for (int i = 0; i < lost; ++i) {
+            Debug(Debug::Info) << filler << " end";
+        }
+        QCOMPARE(Console::messages().size(), lost);
+    }
+    const Console console;
+    for (int i = 0; i < 3; ++i) {
+        Debug(Debug::Info) << "there is room again " << i;
+        const QStringList lines = m_home->logLines();
+        QVERIFY(!lines.isEmpty());
+        QCOMPARE(lines.constLast(), u"[INFO] there is room again %1"_s.arg(i));
+    }
+}
+
+void TestDebug::linesForAFullDiskDoNotPileUp()
+{
+    if (allocatedBytes() == 0) {
+        QSKIP("nobody tells what is allocated here");
+    }
+    Debug::init();
+    const auto write = [](int lines) {
+        for (int i = 0; i < lines; ++i) {
+            Debug(Debug::Info) << "eighty bytes or so, which nobody can keep for ever and a day";
+        }
+    };
+    const QtMessageHandler former =
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
+    std::optional<SmallFiles> full(std::in_place, rlim_t(QFileInfo(Debug::logFilePath()).size()));
+    write(1'000); // whatever is kept at all
+    const size_t before = allocatedBytes();
+    write(100'000);
+    const size_t after = allocatedBytes();
+    full.reset();
+    qInstallMessageHandler(former);
+    QVERIFY2(after < before + 10'000, qPrintable(QString::number(after - before)));
 }
 
 void TestDebug::linesOfManyThreadsStayWhole()
