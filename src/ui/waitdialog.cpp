@@ -3,10 +3,42 @@
 #include <QGuiApplication>
 #include <QLabel>
 #include <QMovie>
+#include <QPainter>
+#include <QStyle>
 #include <QVBoxLayout>
 #include <QWindow>
 
 using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr QSize pictureSize(64, 64);
+
+/// Shows a movie with a pixel for each of the screen; a label alone would draw one to the point.
+class MovieLabel : public QLabel
+{
+public:
+    using QLabel::QLabel;
+
+    [[nodiscard]] QSize sizeHint() const override { return pictureSize; }
+    [[nodiscard]] QSize minimumSizeHint() const override { return pictureSize; }
+
+protected:
+    void paintEvent(QPaintEvent* /*event*/) override
+    {
+        QPixmap picture = movie()->currentPixmap();
+        if (picture.isNull()) {
+            return;
+        }
+        // The next picture is made for the screen that the window is on by now.
+        movie()->setScaledSize(pictureSize * devicePixelRatioF());
+        picture.setDevicePixelRatio(qreal(picture.width()) / pictureSize.width());
+        QPainter painter(this);
+        style()->drawItemPixmap(&painter, contentsRect(), int(alignment()), picture);
+    }
+};
+
+} // namespace
 
 WaitDialog::WaitDialog(QWidget* parent) : QDialog(parent), m_message(new QLabel(this))
 {
@@ -15,8 +47,8 @@ WaitDialog::WaitDialog(QWidget* parent) : QDialog(parent), m_message(new QLabel(
 
     // Deliberately without an owner: it turns for as long as the program runs.
     auto* movie = new QMovie(u":/images/loading.gif"_s);
-    movie->setScaledSize(QSize(64, 64));
-    auto* picture = new QLabel(this);
+    movie->setScaledSize(pictureSize * devicePixelRatioF());
+    auto* picture = new MovieLabel(this);
     picture->setAlignment(Qt::AlignCenter);
     picture->setMovie(movie);
     movie->start();

@@ -1,8 +1,10 @@
 #include "ui/waitdialog.h"
 
 #include <QApplication>
+#include <QImageReader>
 #include <QLabel>
 #include <QMovie>
+#include <QPainter>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTranslator>
@@ -47,6 +49,7 @@ private Q_SLOTS:
     void showDoesNotBlock();
     void stacksPictureAndMessage();
     void animationIsSmoothAndRunsAlready();
+    void animationHasAPixelForEachOfTheScreen();
     void animationTurnsWhileShownAndAfterAReopening();
     void setMessageReplacesTheTextAlone();
     void shownTwiceItStaysOneWindow();
@@ -109,10 +112,39 @@ void TestWaitDialog::animationIsSmoothAndRunsAlready()
     QCOMPARE(movie->fileName(), u":/images/loading.gif"_s);
     QVERIFY(movie->isValid());
     QVERIFY2(movie->frameCount() >= 8, "an animation, and a smooth one");
-    QCOMPARE(movie->scaledSize(), QSize(64, 64));
+    const QSize size = QSize(64, 64) * dialog.devicePixelRatioF();
+    QCOMPARE(movie->scaledSize(), size);
     QCOMPARE(movie->state(), QMovie::Running);
     QVERIFY2(!movie->parent(), "it turns for as long as the program runs");
-    QCOMPARE(movie->currentPixmap().size(), QSize(64, 64));
+    QCOMPARE(movie->currentPixmap().size(), size);
+}
+
+void TestWaitDialog::animationHasAPixelForEachOfTheScreen()
+{
+    WaitDialog dialog;
+    dialog.show();
+    QLabel* picture = labels(dialog).constFirst();
+    QMovie* movie = picture->movie();
+    movie->setPaused(true); // else another picture might be grabbed than is compared
+    const qreal ratio = dialog.devicePixelRatioF();
+    QImageReader reader(u":/images/loading.gif"_s);
+    reader.setScaledSize(QSize(64, 64) * ratio);
+    QImage expected = reader.read();
+    for (int frame = 0; frame < movie->currentFrameNumber(); ++frame) {
+        expected = reader.read();
+    }
+
+    QImage shown = picture->grab().toImage();
+    QCOMPARE(shown.devicePixelRatio(), ratio);
+    shown.setDevicePixelRatio(1);
+    const QRect middle(
+        QPoint((shown.width() - expected.width()) / 2, (shown.height() - expected.height()) / 2),
+        expected.size());
+    QVERIFY(shown.rect().contains(middle));
+    QImage background(expected.size(), QImage::Format_RGB32);
+    background.fill(dialog.palette().color(QPalette::Window));
+    QPainter(&background).drawImage(0, 0, expected);
+    QCOMPARE(shown.copy(middle).convertToFormat(QImage::Format_RGB32), background);
 }
 
 void TestWaitDialog::animationTurnsWhileShownAndAfterAReopening()
