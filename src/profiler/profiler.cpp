@@ -58,6 +58,11 @@ bool Profiler::sysData_hasData() const
     return m_sysProfiler.hasData();
 }
 
+bool Profiler::sysData_isScanning() const
+{
+    return m_sysProfiler.isScanning();
+}
+
 void Profiler::sysData_clear()
 {
     m_sysProfiler.clear();

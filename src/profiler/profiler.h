@@ -31,6 +31,8 @@ public:
     /// Ends with workFinished().
     void sysData_update_thread();
     [[nodiscard]] bool sysData_hasData() const;
+    /// Whether a workFinished() is still to come.
+    [[nodiscard]] bool sysData_isScanning() const;
     void sysData_clear();
 
     [[nodiscard]] QStringList getWebAppList() const;

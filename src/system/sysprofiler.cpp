@@ -278,18 +278,19 @@ void SysProfiler::update()
                        << static_cast<double>(timer.elapsed()) / 1000.0 << "s)";
 }
 
+bool SysProfiler::isScanning() const
+{
+    const QMutexLocker locker(&m_mutex);
+    return isRunning() && !m_scanEnded;
+}
+
 void SysProfiler::threadUpdate()
 {
-    if (isRunning()) {
-        {
-            const QMutexLocker locker(&m_mutex);
-            if (!m_scanEnded) {
-                return;
-            }
-        }
-        // A thread that has emitted its last signal but not ended would ignore start().
-        wait();
+    if (isScanning()) {
+        return;
     }
+    // A thread that has emitted its last signal but not ended would ignore start().
+    wait();
     {
         const QMutexLocker locker(&m_mutex);
         m_scanEnded = false;

@@ -40,6 +40,8 @@ public:
     void clear();
     /// Whether a scan's result is stored.
     [[nodiscard]] bool hasData() const;
+    /// Whether a background scan is under way, so that its workFinished() is still to be emitted.
+    [[nodiscard]] bool isScanning() const;
     [[nodiscard]] qsizetype size() const;
 
     /// The names that start with @p name, in ascending order; every name for an empty or null one.

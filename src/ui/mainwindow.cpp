@@ -190,6 +190,9 @@ void MainWindow::openPreferences()
     } else {
         reloadEverything();
     }
+    if (m_profiler.sysData_isScanning()) {
+        return; // the end of an earlier scan, delivered late
+    }
 }
 
 void MainWindow::openAbout()

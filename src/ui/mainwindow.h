@@ -77,7 +77,7 @@ public:
 public Q_SLOTS:
     /// Starts a scan in the background, behind the wait dialog.
     void action_loadSysData();
-    /// The scan has ended: refreshes records and table.
+    /// A scan has ended: refreshes records and table, unless the next scan is under way already.
     void onSysDataLoaded();
     /// Runs the preferences dialog; when it is accepted, reads the settings again and reloads.
     void openPreferences();

@@ -194,6 +194,7 @@ private Q_SLOTS:
     void waitDialogIsOneForAllScans();
     void endOfTheScanArrivesOnTheInterfaceThread();
     void scanAskedForRightAfterAnotherEnds();
+    void endOfAnEarlierScanEndsNothing();
     void scanEndsDuringALoad();
     void windowGoesDuringAScan();
 
@@ -875,6 +876,42 @@ void TestMainWindow::scanAskedForRightAfterAnotherEnds()
     QVERIFY(m_setup->loadButton()->isEnabled());
     QVERIFY(!m_setup->waitDialog()->isVisible());
     QCOMPARE(m_setup->scans(), scans);
+}
+
+void TestMainWindow::endOfAnEarlierScanEndsNothing()
+{
+    MainWindow& window = openFilled();
+    // The first one ends while the window is busy, so that its end is delivered only later.
+    const auto ends = [this] {
+        return m_setup->home.logLines().filter(u"SysProfiler - data updated"_s).size();
+    };
+    const qsizetype before = ends();
+    window.action_loadSysData();
+    const QDeadlineTimer patience(30'000);
+    while (ends() == before && !patience.hasExpired()) {
+        QThread::msleep(1);
+    }
+    QCOMPARE(ends(), before + 1);
+    m_setup->install(u"Tuner"_s, "7.0");
+    m_setup->holdScans();
+    // The thread may not have come to its end yet: a request is taken up once it has.
+    const qsizetype scans = m_setup->scans();
+    while (m_setup->scans() == scans && !patience.hasExpired()) {
+        window.action_loadSysData();
+        QThread::msleep(1);
+    }
+    QCOMPARE(m_setup->scans(), scans + 1);
+    const QStringList versions = m_setup->texts(1);
+    QCoreApplication::sendPostedEvents();
+    QCoreApplication::processEvents();
+    QVERIFY(!m_setup->loadButton()->isEnabled());
+    QVERIFY(m_setup->waitDialog()->isVisible());
+    QCOMPARE(m_setup->texts(1), versions);
+
+    m_setup->releaseScans();
+    QTRY_VERIFY_WITH_TIMEOUT(m_setup->loadButton()->isEnabled(), 10'000);
+    QVERIFY(!m_setup->waitDialog()->isVisible());
+    QVERIFY(m_setup->texts(1).contains(u"7.0"_s));
 }
 
 void TestMainWindow::scanEndsDuringALoad()
