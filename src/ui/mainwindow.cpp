@@ -153,9 +153,29 @@ void MainWindow::action_loadSysData()
     if (m_isClosed) {
         return;
     }
-    m_ui->LoadButton->setEnabled(false);
+    pauseLoadButton();
     showWaitDialog();
     m_profiler.sysData_update_thread();
+}
+
+void MainWindow::pauseLoadButton()
+{
+    // It keeps the focus that it may have: to go on with it is the user's business.
+    const QScopedValueRollback keeping(m_keepsFocus, true);
+    m_ui->LoadButton->setEnabled(false);
+}
+
+void MainWindow::resumeLoadButton()
+{
+    m_ui->LoadButton->setEnabled(true);
+    if (focusWidget() == m_ui->LoadButton) {
+        m_ui->LoadButton->setFocus(); // for the application, which passes over disabled widgets
+    }
+}
+
+bool MainWindow::focusNextPrevChild(bool next)
+{
+    return m_keepsFocus || QMainWindow::focusNextPrevChild(next);
 }
 
 void MainWindow::showWaitDialog()
@@ -168,11 +188,14 @@ void MainWindow::showWaitDialog()
 
 void MainWindow::onSysDataLoaded()
 {
+    if (m_profiler.sysData_isScanning()) {
+        return; // the end of an earlier scan, delivered late
+    }
     for (Application& application : m_applications) {
         application.update();
     }
     table_update();
-    m_ui->LoadButton->setEnabled(true);
+    resumeLoadButton();
     if (m_waitDialog) {
         m_waitDialog->close();
     }
@@ -189,9 +212,6 @@ void MainWindow::openPreferences()
         m_isReloadPending = true;
     } else {
         reloadEverything();
-    }
-    if (m_profiler.sysData_isScanning()) {
-        return; // the end of an earlier scan, delivered late
     }
 }
 

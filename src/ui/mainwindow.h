@@ -87,6 +87,7 @@ public Q_SLOTS:
 protected:
     void closeEvent(QCloseEvent* event) override;
     void showEvent(QShowEvent* event) override;
+    bool focusNextPrevChild(bool next) override;
 
 private:
     /// A running download: what it was started with, what its row shows else, and how far it is.
@@ -107,6 +108,8 @@ private:
     bool reloadEverything();
     void reportUnreachableCatalogue();
     void showWaitDialog();
+    void pauseLoadButton();
+    void resumeLoadButton();
 
     [[nodiscard]] QWidget* newCatalogueCell(int row);
     void fillRow(int row);
@@ -149,5 +152,6 @@ private:
     QHash<int, Download> m_downloads; ///< by row
     bool m_isLoadingWebData = false;
     bool m_isReloadPending = false; ///< after the load under way, or the next one
-    bool m_isClosed = false;        ///< by the user; nothing may pop up any more
+    bool m_isClosed = false;        ///< nothing may pop up any more
+    bool m_keepsFocus = false;      ///< while the widget that has it is disabled
 };

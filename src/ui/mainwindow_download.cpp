@@ -48,7 +48,8 @@ void showCell(const QWidget* cell, bool isDownloading, const QString& text)
         shown->show();
     }
     if (hidden) {
-        if (shown && hidden->hasFocus()) {
+        // The window's word: it is not active yet when a box has just been answered.
+        if (shown && hidden->window()->focusWidget() == hidden) {
             shown->setFocus(); // else it would go on to the next row's button
         }
         hidden->hide();

@@ -41,6 +41,78 @@ QTableWidgetItem* newBlackItem(const QString& text)
     return item;
 }
 
+/// A row by its name and, as a name can be listed more than once, by how many of that name precede
+/// it.
+struct NamedRow
+{
+    QString name;
+    int rank = -1; ///< -1 for no row
+};
+
+/// Where the user is in a table.
+struct TablePlace
+{
+    NamedRow current; ///< the row of the current cell
+    int column = 0;
+    NamedRow focused; ///< the row whose button has the focus
+};
+
+QString nameIn(const QTableWidget& table, int row)
+{
+    const QTableWidgetItem* item = table.item(row, 0);
+    return item ? item->text() : QString();
+}
+
+NamedRow namedRow(const QTableWidget& table, int row)
+{
+    NamedRow named{nameIn(table, row)};
+    for (int other = 0; other <= row; ++other) {
+        named.rank += nameIn(table, other) == named.name ? 1 : 0;
+    }
+    return named;
+}
+
+/// The row of that name; the last one where there are fewer of it now, -1 where there is none.
+int rowOf(const QTableWidget& table, const NamedRow& named)
+{
+    int found = -1;
+    int rank = 0;
+    for (int row = 0; row < table.rowCount() && rank <= named.rank; ++row) {
+        if (nameIn(table, row) == named.name) {
+            found = row;
+            ++rank;
+        }
+    }
+    return found;
+}
+
+TablePlace placeInTable(const QTableWidget& table, const QWidget* focused)
+{
+    TablePlace place;
+    place.current = namedRow(table, table.currentRow());
+    place.column = table.currentColumn();
+    if (focused && table.viewport()->isAncestorOf(focused)) {
+        const QPoint middle = focused->mapTo(table.viewport(), focused->rect().center());
+        place.focused = namedRow(table, table.rowAt(middle.y()));
+    }
+    return place;
+}
+
+void goToPlace(QTableWidget& table, const TablePlace& place)
+{
+    if (const int row = rowOf(table, place.current); row >= 0) {
+        table.setCurrentCell(row, place.column);
+    }
+    const int row = rowOf(table, place.focused);
+    for (const QString& name : {u"downloadBtn"_s, u"cancelBtn"_s}) {
+        auto* button = row < 0 ? nullptr : table.cellWidget(row, 2)->findChild<QPushButton*>(name);
+        if (button && !button->isHidden()) {
+            button->setFocus();
+            table.scrollTo(table.model()->index(row, 0));
+        }
+    }
+}
+
 /// Puts one update of every visible window in the place of the update that each widget has posted
 /// when it was shown. Those of a filled table's cells, one by one, would make the repaint look at
 /// all other cells for each: quadratic, and seconds at some thousand rows.
@@ -59,6 +131,7 @@ void mergeUpdates()
 void MainWindow::table_init()
 {
     QTableWidget* table = m_ui->tableWidget;
+    const TablePlace place = placeInTable(*table, focusWidget());
     if (table->isAncestorOf(focusWidget())) {
         table->setFocus(); // else it would go from row to row as they go, and leave the table
     }
@@ -85,6 +158,7 @@ void MainWindow::table_init()
     showDownloads();
     // Else the first repaint would find every cell at the origin and paint them all.
     table->doItemsLayout();
+    goToPlace(*table, place);
     mergeUpdates();
 }
 

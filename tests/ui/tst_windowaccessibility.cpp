@@ -94,7 +94,6 @@ private Q_SLOTS:
     void spaceStartsADownloadAndTheFocusFollows();
     void spaceCancelsADownloadAndTheFocusFollows();
     void focusElsewhereIsLeftThere();
-    void focusStaysInTheTableOverAReload();
 
 private:
     /// A window that shows four applications.
@@ -474,17 +473,6 @@ void TestWindowAccessibility::focusElsewhereIsLeftThere()
     QCOMPARE(QApplication::focusWidget(), bench.table());
     bench.window().cancelDownload(1);
     QCOMPARE(QApplication::focusWidget(), bench.table());
-}
-
-void TestWindowAccessibility::focusStaysInTheTableOverAReload()
-{
-    openFour();
-    press(Qt::Key_Tab);
-    press(Qt::Key_Tab);
-    QCOMPARE(QApplication::focusWidget(), rowButton(1, u"downloadBtn"_s));
-    QVERIFY(m_setup->window().action_loadWebData());
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    QCOMPARE(QApplication::focusWidget(), m_setup->table());
 }
 
 QTEST_MAIN(TestWindowAccessibility)
