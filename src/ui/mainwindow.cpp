@@ -150,11 +150,13 @@ void MainWindow::reportUnreachableCatalogue()
 
 void MainWindow::action_loadSysData()
 {
-    if (m_isClosed) {
+    if (m_isClosed && !m_isReplaced) {
         return;
     }
     pauseLoadButton();
-    showWaitDialog();
+    if (!m_isClosed) {
+        showWaitDialog();
+    }
     m_profiler.sysData_update_thread();
 }
 

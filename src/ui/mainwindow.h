@@ -153,5 +153,6 @@ private:
     bool m_isLoadingWebData = false;
     bool m_isReloadPending = false; ///< after the load under way, or the next one
     bool m_isClosed = false;        ///< nothing may pop up any more
+    bool m_isReplaced = false;      ///< an update of this program is opened, which has it quit
     bool m_keepsFocus = false;      ///< while the widget that has it is disabled
 };

@@ -125,6 +125,8 @@ void MainWindow::launchInstaller(const QString& path, bool selfUpdate)
     }
     QDesktopServices::openUrl(QUrl::fromLocalFile(path));
     if (selfUpdate) {
+        // Closes the window, but not as the user does: what follows is still done.
+        m_isReplaced = true;
         QCoreApplication::quit();
     }
 }

@@ -65,6 +65,8 @@ private Q_SLOTS:
 
     void endsWhenAsked_data();
     void endsWhenAsked();
+    void endsAfterItsOwnUpdate_data();
+    void endsAfterItsOwnUpdate();
     void deliveredProgramEndsBySigterm_data();
     void deliveredProgramEndsBySigterm();
 
@@ -498,6 +500,42 @@ void TestQuitting::theNextRunWorks()
     QCOMPARE(m_program->process().exitCode(), 0);
     QCOMPARE(m_program->complaints(), QString());
     QCOMPARE(PrivateHome::read(m_home->configPath()), config);
+}
+
+void TestQuitting::endsAfterItsOwnUpdate_data()
+{
+    QTest::addColumn<bool>("isScanHeld");
+    QTest::newRow("at once") << false;
+    QTest::newRow("with the scan that it waits for") << true;
+}
+
+void TestQuitting::endsAfterItsOwnUpdate()
+{
+    QFETCH(bool, isScanHeld);
+    reachRestartBox();
+    QTRY_COMPARE_WITH_TIMEOUT(m_program->windows(), (QStringList{mainTitle, u"Restart?"_s}),
+                              30'000);
+    const auto scans = [this] {
+        return PrivateHome::read(m_home->logPath()).count("SysProfiler - New thread start");
+    };
+    QCOMPARE(scans(), 1);
+    if (isScanHeld) {
+        holdScans();
+    }
+    m_program->tell("press Yes");
+    if (isScanHeld) {
+        QTRY_COMPARE_WITH_TIMEOUT(scans(), 2, 30'000);
+        QVERIFY(!m_program->waitForEnd(300));
+        releaseScans();
+    }
+    QVERIFY(m_program->waitForEnd());
+    QCOMPARE(m_program->process().exitStatus(), QProcess::NormalExit);
+    QCOMPARE(m_program->process().exitCode(), 0);
+    QCOMPARE(scans(), 2);
+    verifyWhatIsLeft({u"Quillmere.dmg"_s});
+    if (!QTest::currentTestFailed()) {
+        theNextRunWorks();
+    }
 }
 
 void TestQuitting::deliveredProgramEndsBySigterm_data()

@@ -56,6 +56,26 @@ QStringList spelt(const QStringList& texts)
 
 const QString workFolder = u".quillmere_extract"_s;
 
+/// The titles of the windows that are shown while it lives, each as often as it is shown.
+class ShownWindows : public QObject
+{
+public:
+    ShownWindows() { qApp->installEventFilter(this); }
+    [[nodiscard]] QStringList titles() const { return m_titles; }
+
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        const auto* widget = qobject_cast<QWidget*>(watched);
+        if (event->type() == QEvent::Show && widget && widget->isWindow()) {
+            m_titles.append(widget->windowTitle());
+        }
+        return false;
+    }
+
+private:
+    QStringList m_titles;
+};
+
 } // namespace
 
 /// Archives: what is taken out of them and opened; and the launch of what has been downloaded.
@@ -750,10 +770,17 @@ void TestInstall::acceptedRestartOpensAndQuits()
     QTimer guard;
     guard.callOnTimeout([] { QCoreApplication::exit(99); });
     guard.start(10'000);
+    (void)m_bench->takeActivity();
+    const ShownWindows shown;
     QCOMPARE(QCoreApplication::exec(), 0);
     QCOMPARE(m_bench->opened(), canOpen ? QStringList{path(u"New.dmg"_s)} : QStringList());
     QVERIFY(!m_bench->window().isVisible());
     QCOMPARE(answers.count(), 1);
+    // The rescan is asked for, and nobody sees it.
+    QCOMPARE(shown.titles(), QStringList{u"Restart?"_s});
+    m_bench->destroy(); // waits for the scan
+    QCOMPARE(m_bench->takeActivity(),
+             (QStringList{"[INFO] Install - Launching: "_L1 + path(u"New.dmg"_s), u"scan"_s}));
 }
 
 void TestInstall::ownUpdateInAnArchiveIsAskedAbout_data()
