@@ -34,7 +34,7 @@ int main(int argc, char* argv[])
     window.action_loadWebData();
     window.action_loadSysData();
 
-    if (!window.isVisible()) {
+    if (window.isClosed()) {
         // Closed during the load: exec() has not seen the last window go and would run for ever.
         QMetaObject::invokeMethod(
             &application, [] { QCoreApplication::quit(); }, Qt::QueuedConnection);

@@ -34,6 +34,9 @@ public:
     ~MainWindow() override;
 
     [[nodiscard]] ConfigManager& config() { return m_config; }
+    /// Whether the window has been closed, which is more than hidden: a desktop may hide a program
+    /// that goes on.
+    [[nodiscard]] bool isClosed() const { return m_isClosed; }
 
     // Construction, actions and the two data loads: mainwindow.cpp
     void ui_init();

@@ -4,6 +4,7 @@
 //
 //     windows         prints the titles of all visible windows, sorted, joined by "|"
 //     close           closes the window in front, as the user does
+//     hide, show      hides or shows the main window without closing it, as the desktop can
 //     quit            hands the program the desktop's request to quit
 //     trigger NAME    chooses a menu entry
 //     press NAME      presses the first visible button of that object name or text in front
@@ -112,6 +113,8 @@ void obey(const QString& line)
         print("windows "_L1 + visibleTitles().join(u'|'));
     } else if (command == "close"_L1) {
         closeWindowInFront();
+    } else if (command == "hide"_L1 || command == "show"_L1) {
+        mainWindow()->setVisible(command == "show"_L1);
     } else if (command == "quit"_L1) {
         QCoreApplication::postEvent(qApp, new QEvent(QEvent::Quit));
     } else if (command == "trigger"_L1) {

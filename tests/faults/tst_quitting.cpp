@@ -67,6 +67,7 @@ private Q_SLOTS:
     void endsWhenAsked();
     void endsAfterItsOwnUpdate_data();
     void endsAfterItsOwnUpdate();
+    void hiddenDuringTheFirstLoadItGoesOn();
     void deliveredProgramEndsBySigterm_data();
     void deliveredProgramEndsBySigterm();
 
@@ -536,6 +537,25 @@ void TestQuitting::endsAfterItsOwnUpdate()
     if (!QTest::currentTestFailed()) {
         theNextRunWorks();
     }
+}
+
+void TestQuitting::hiddenDuringTheFirstLoadItGoesOn()
+{
+    reachRetryWait();
+    m_program->tell("hide");
+    QCOMPARE(m_program->windows(), QStringList());
+    offer("Tool", "tool.dmg", {.body = "installer"});
+    QTRY_VERIFY_WITH_TIMEOUT(hasLogged(u"SysProfiler - data updated"_s), 30'000);
+    QVERIFY(!m_program->waitForEnd(300));
+    m_program->tell("show");
+    QTRY_COMPARE_WITH_TIMEOUT(m_program->windows(), QStringList{mainTitle}, 30'000);
+    m_program->tell("press downloadBtn");
+    QTRY_COMPARE_WITH_TIMEOUT(PrivateHome::read(m_home->path() + "/Downloads/tool.dmg"_L1),
+                              "installer", 30'000);
+    QTRY_COMPARE_WITH_TIMEOUT(m_program->windows(), QStringList{mainTitle}, 30'000);
+    m_program->tell("close");
+    QVERIFY(m_program->waitForEnd());
+    QCOMPARE(m_program->process().exitCode(), 0);
 }
 
 void TestQuitting::deliveredProgramEndsBySigterm_data()
