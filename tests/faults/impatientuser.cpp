@@ -1,5 +1,6 @@
 #include "faults/impatientuser.h"
 
+#include "support/windowclick.h"
 #include "ui/preferencedialog.h"
 
 #include <QAbstractButton>
@@ -52,12 +53,9 @@ auto pick(const List& list, quint32 number)
     return list[qsizetype(number % quint32(list.size()))];
 }
 
-void sendKey(QWindow* target, int key, Qt::KeyboardModifiers modifiers)
+void sendKey(QWindow* target, int key, Qt::KeyboardModifiers modifiers, const QString& text)
 {
     const QPointer<QWindow> window(target);
-    const QString text = QTest::keyToAscii(Qt::Key(key)) >= ' '
-                             ? QString(QLatin1Char(QTest::keyToAscii(Qt::Key(key))))
-                             : QString();
     if (qt_sendShortcutOverrideEvent(target, 0, key, modifiers, text)) {
         return; // a shortcut took it
     }
@@ -65,6 +63,28 @@ void sendKey(QWindow* target, int key, Qt::KeyboardModifiers modifiers)
         if (window) {
             QKeyEvent event(type, key, modifiers, text);
             QCoreApplication::sendEvent(window, &event);
+        }
+    }
+}
+
+void sendKey(QWindow* target, int key, Qt::KeyboardModifiers modifiers)
+{
+    const QString text = QTest::keyToAscii(Qt::Key(key)) >= ' '
+                             ? QString(QLatin1Char(QTest::keyToAscii(Qt::Key(key))))
+                             : QString();
+    sendKey(target, key, modifiers, text);
+}
+
+/// Replaces the text where the focus is, key by key.
+void sendText(const QPointer<QWindow>& window, const QString& text)
+{
+    sendKey(window, Qt::Key_A, Qt::ControlModifier, QString());
+    if (window && text.isEmpty()) {
+        sendKey(window, Qt::Key_Delete, Qt::NoModifier, QString());
+    }
+    for (const QChar character : text) {
+        if (window) {
+            sendKey(window, character.toUpper().unicode(), Qt::NoModifier, character);
         }
     }
 }
@@ -88,8 +108,9 @@ QString nameOf(const QWidget& widget)
 
 } // namespace
 
-ImpatientUser::ImpatientUser(quint32 seed, int actions)
-    : m_random(seed)
+ImpatientUser::ImpatientUser(Manner manner, quint32 seed, int actions)
+    : m_manner(manner)
+    , m_random(seed)
     , m_total(actions)
     , m_left(actions)
     , m_isTraced(qEnvironmentVariableIsSet("QUILLMERE_TEST_TRACE"))
@@ -133,7 +154,9 @@ void ImpatientUser::act()
 void ImpatientUser::perform(const Draw& draw)
 {
     const quint32 share = draw.kind % 1000;
-    if (share < 280) {
+    if (m_pressed) {
+        release();
+    } else if (share < 280) {
         pressKey(draw);
     } else if (share < 370) {
         pressShortcut(draw);
@@ -147,6 +170,8 @@ void ImpatientUser::perform(const Draw& draw)
         fillInPreferences();
     } else if (share < 965) {
         closeFront();
+    } else if (m_manner == ByHand) {
+        pressAndHold(draw);
     } else if (share < 970) {
         note(u"quit"_s);
         QCoreApplication::postEvent(qApp, new QEvent(QEvent::Quit));
@@ -164,6 +189,41 @@ void ImpatientUser::note(const QString& text)
     if (m_trace.size() > 60) {
         m_trace.removeFirst();
     }
+}
+
+bool ImpatientUser::click(QWidget& target, QPoint place, const QString& what, bool isDouble)
+{
+    if (m_manner == ByAnyMeans) {
+        note(what);
+        sendClick(&target, place, isDouble);
+        return true;
+    }
+    if (!target.window()->windowHandle() || !isSeen(&target, place)) {
+        return false;
+    }
+    note(what);
+    return isDouble ? windowDoubleClick(&target, place) : windowClick(&target, place);
+}
+
+void ImpatientUser::pressAndHold(const Draw& draw)
+{
+    const QWidget* window = front();
+    if (!window || !window->windowHandle() || qobject_cast<const QFileDialog*>(window)) {
+        return;
+    }
+    const QPoint at(1 + int(draw.what % quint32(window->width() - 1)),
+                    1 + int(draw.where % quint32(window->height() - 1)));
+    note(u"press at %1, %2 in %3"_s.arg(at.x()).arg(at.y()).arg(nameOf(*window)));
+    m_pressed = window->windowHandle();
+    m_pressedAt = at;
+    QTest::mousePress(m_pressed.data(), Qt::LeftButton, {}, at);
+}
+
+void ImpatientUser::release()
+{
+    note(u"release"_s);
+    const QPointer<QWindow> window = std::exchange(m_pressed, {});
+    QTest::mouseRelease(window.data(), Qt::LeftButton, {}, m_pressedAt);
 }
 
 void ImpatientUser::pressKey(const Draw& draw)
@@ -227,8 +287,14 @@ void ImpatientUser::clickButton(const Draw& draw)
         return;
     }
     QAbstractButton* button = pick(buttons, draw.what);
-    note(u"click on %1 \"%2\" in %3"_s.arg(nameOf(*button), button->text(), nameOf(*window)));
-    sendClick(button, button->visibleRegion().boundingRect().center(), draw.where % 10 == 0);
+    QPoint place = button->visibleRegion().boundingRect().center();
+    if (m_manner == ByHand) {
+        place = {int(draw.where % quint32(button->width())),
+                 int(draw.kind / 1000 % quint32(button->height()))};
+    }
+    click(*button, place,
+          u"click on %1 \"%2\" in %3"_s.arg(nameOf(*button), button->text(), nameOf(*window)),
+          draw.where % 10 == 0);
 }
 
 void ImpatientUser::clickAnywhere(const Draw& draw)
@@ -239,8 +305,8 @@ void ImpatientUser::clickAnywhere(const Draw& draw)
     }
     const QPoint at(int(draw.what % quint32(window->width())),
                     int(draw.where % quint32(window->height())));
-    note(u"click at %1, %2 in %3"_s.arg(at.x()).arg(at.y()).arg(nameOf(*window)));
-    sendClick(window, at, draw.where % 7 == 0);
+    click(*window, at, u"click at %1, %2 in %3"_s.arg(at.x()).arg(at.y()).arg(nameOf(*window)),
+          draw.where % 7 == 0);
 }
 
 void ImpatientUser::useMenu(const Draw& draw)
@@ -248,13 +314,12 @@ void ImpatientUser::useMenu(const Draw& draw)
     QWidget* window = front();
     if (auto* menu = qobject_cast<QMenu*>(window)) {
         const QAction* entry = pick(menu->actions(), draw.what);
-        note(u"menu entry "_s + entry->text());
-        sendClick(menu, menu->actionGeometry(const_cast<QAction*>(entry)).center(), false);
+        click(*menu, menu->actionGeometry(const_cast<QAction*>(entry)).center(),
+              u"menu entry "_s + entry->text());
     } else if (const auto* main = qobject_cast<QMainWindow*>(window)) {
         QMenuBar* bar = main->menuBar();
         QAction* title = pick(bar->actions(), draw.what);
-        note(u"menu "_s + title->text());
-        sendClick(bar, bar->actionGeometry(title).center(), false);
+        click(*bar, bar->actionGeometry(title).center(), u"menu "_s + title->text());
     }
 }
 
@@ -272,8 +337,12 @@ void ImpatientUser::type(QLineEdit& edit, const Draw& draw)
     if (!texts.isEmpty()) {
         const QString text = pick(texts, draw.where);
         note(u"type \"%1\" into %2"_s.arg(text, edit.objectName()));
-        edit.selectAll();
-        edit.insert(text);
+        if (m_manner == ByHand) {
+            sendText(edit.window()->windowHandle(), text);
+        } else {
+            edit.selectAll();
+            edit.insert(text);
+        }
     }
 }
 
@@ -284,8 +353,31 @@ void ImpatientUser::fillInPreferences()
         return;
     }
     note(u"fill in the preferences"_s);
+    if (m_manner == ByHand) {
+        fillInByHand(dialog);
+        return;
+    }
     for (auto text = m_rightTexts.cbegin(); text != m_rightTexts.cend(); ++text) {
         dialog->findChild<QLineEdit*>(text.key())->setText(text.value());
     }
     dialog->findChild<QDialogButtonBox*>(u"buttonBox"_s)->button(QDialogButtonBox::Ok)->click();
+}
+
+void ImpatientUser::fillInByHand(PreferenceDialog* open)
+{
+    const QPointer<PreferenceDialog> dialog(open);
+    for (auto text = m_rightTexts.cbegin(); text != m_rightTexts.cend(); ++text) {
+        // Events are processed between the clicks, so that the dialog may go.
+        auto* edit = dialog ? dialog->findChild<QLineEdit*>(text.key()) : nullptr;
+        if (!edit || front() != dialog || !windowClick(edit)) {
+            return;
+        }
+        if (edit == QApplication::focusWidget()) {
+            sendText(dialog->windowHandle(), text.value());
+        }
+    }
+    if (dialog && front() == dialog) {
+        windowClick(
+            dialog->findChild<QDialogButtonBox*>(u"buttonBox"_s)->button(QDialogButtonBox::Ok));
+    }
 }

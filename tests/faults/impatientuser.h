@@ -2,15 +2,18 @@
 
 #include <QHash>
 #include <QObject>
+#include <QPoint>
+#include <QPointer>
 #include <QString>
 #include <QStringList>
+#include <QWindow>
 
 #include <functional>
 #include <random>
 
+class PreferenceDialog;
 class QLineEdit;
 class QWidget;
-class QWindow;
 
 /// A user who presses keys, clicks, chooses menu entries and closes windows without waiting for
 /// anything, in whatever event loop runs: during loads and behind and in front of boxes alike.
@@ -22,7 +25,14 @@ class QWindow;
 class ImpatientUser : public QObject
 {
 public:
-    ImpatientUser(quint32 seed, int actions);
+    enum Manner
+    {
+        ByAnyMeans, ///< also in short: sets texts, presses what is hidden, quits as the desktop
+                    ///< does
+        ByHand      ///< clicks that the window gets, where they are seen, keys, and the frame's ✕
+    };
+
+    ImpatientUser(Manner manner, quint32 seed, int actions);
 
     /// What may be typed into the line edit of that name.
     void setTexts(const QString& lineEdit, const QStringList& texts);
@@ -51,6 +61,10 @@ private:
     /// Counts an action and keeps what it is.
     void note(const QString& text);
 
+    /// A click of the user's manner; false when there is nothing to click.
+    bool click(QWidget& target, QPoint place, const QString& what, bool isDouble = false);
+    void pressAndHold(const Draw& draw);
+    void release();
     void pressKey(const Draw& draw);
     void pressShortcut(const Draw& draw);
     void clickButton(const Draw& draw);
@@ -59,11 +73,15 @@ private:
     void closeFront();
     void type(QLineEdit& edit, const Draw& draw);
     void fillInPreferences();
+    void fillInByHand(PreferenceDialog* open);
 
+    Manner m_manner;
     std::mt19937 m_random;
     int m_total;
     int m_left;
-    int m_actingLevel = -1; ///< of the event loop in which an action is being done
+    int m_actingLevel = -1;      ///< of the event loop in which an action is being done
+    QPointer<QWindow> m_pressed; ///< in which the mouse button is held
+    QPoint m_pressedAt;
     QHash<QString, QStringList> m_texts;
     QHash<QString, QString> m_rightTexts;
     QStringList m_trace;
