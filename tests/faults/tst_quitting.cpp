@@ -118,6 +118,8 @@ private:
     void endByQuitEvent();
     void verifyWhatIsLeft(const QStringList& expectedDownloads);
     void theNextRunWorks();
+    /// Uses the window with its table as a user does, to the program's end.
+    void downloadAndClose(const QString& fileName, const QByteArray& installer);
 
     std::optional<PrivateHome> m_home;
     std::optional<StandIns> m_commands;
@@ -492,15 +494,20 @@ void TestQuitting::theNextRunWorks()
     const QByteArray config = m_config;
     m_program.emplace();
     reachTable();
+    downloadAndClose(u"next.dmg"_s, "next installer");
+    QCOMPARE(m_program->complaints(), QString());
+    QCOMPARE(PrivateHome::read(m_home->configPath()), config);
+}
+
+void TestQuitting::downloadAndClose(const QString& fileName, const QByteArray& installer)
+{
     m_program->tell("press downloadBtn");
-    QTRY_COMPARE_WITH_TIMEOUT(PrivateHome::read(m_home->path() + "/Downloads/next.dmg"_L1),
-                              "next installer", 30'000);
+    QTRY_COMPARE_WITH_TIMEOUT(PrivateHome::read(m_home->path() + "/Downloads/"_L1 + fileName),
+                              installer, 30'000);
     QTRY_COMPARE_WITH_TIMEOUT(m_program->windows(), QStringList{mainTitle}, 30'000);
     m_program->tell("close");
     QVERIFY(m_program->waitForEnd());
     QCOMPARE(m_program->process().exitCode(), 0);
-    QCOMPARE(m_program->complaints(), QString());
-    QCOMPARE(PrivateHome::read(m_home->configPath()), config);
 }
 
 void TestQuitting::endsAfterItsOwnUpdate_data()
@@ -549,13 +556,7 @@ void TestQuitting::hiddenDuringTheFirstLoadItGoesOn()
     QVERIFY(!m_program->waitForEnd(300));
     m_program->tell("show");
     QTRY_COMPARE_WITH_TIMEOUT(m_program->windows(), QStringList{mainTitle}, 30'000);
-    m_program->tell("press downloadBtn");
-    QTRY_COMPARE_WITH_TIMEOUT(PrivateHome::read(m_home->path() + "/Downloads/tool.dmg"_L1),
-                              "installer", 30'000);
-    QTRY_COMPARE_WITH_TIMEOUT(m_program->windows(), QStringList{mainTitle}, 30'000);
-    m_program->tell("close");
-    QVERIFY(m_program->waitForEnd());
-    QCOMPARE(m_program->process().exitCode(), 0);
+    downloadAndClose(u"tool.dmg"_s, "installer");
 }
 
 void TestQuitting::deliveredProgramEndsBySigterm_data()
