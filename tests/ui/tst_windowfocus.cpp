@@ -206,7 +206,6 @@ void TestWindowFocus::staysOver_data()
         row("accepted preferences", place, &T::acceptThePreferences, place);
     }
     row("a reload during a download", u"⤓ Boreal"_s, &T::reloadDuringADownload, u"✕ Boreal"_s);
-    row("a reload", u"table"_s, &T::reload, u"table"_s);
     row("a scan by key", u"scan"_s, &T::scanByKey, u"scan"_s);
 }
 
@@ -396,9 +395,11 @@ void TestWindowFocus::followsItsRow()
     list(names);
     reload();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    QCOMPARE(m_bench->table()->currentRow(), to);
-    QCOMPARE(QApplication::focusWidget(), to < 0 ? static_cast<QWidget*>(m_bench->table())
-                                                 : m_bench->button(to, u"downloadBtn"_s));
+    QWidget* const table = m_bench->table();
+    QCOMPARE(QApplication::focusWidget(), to < 0 ? table : m_bench->button(to, u"downloadBtn"_s));
+    if (to >= 0) {
+        QCOMPARE(m_bench->table()->currentRow(), to);
+    }
 }
 
 void TestWindowFocus::isSeenAfterAReload()
