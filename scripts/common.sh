@@ -102,11 +102,20 @@ release_program() {
     fi
 }
 
-# build_preset PRESET [TARGET]: configures where that was not done since the presets last changed,
-# and builds what is out of date; without TARGET, all that the preset names.
+# Whether the build folder of that preset was configured since the presets last changed, and holds
+# with warnings as the environment says.
+is_configured() {
+    [ "build/$1/build.ninja" -nt CMakePresets.json ] \
+        && grep -qx "QUILLMERE_WARNINGS_AS_ERRORS:BOOL=${QUILLMERE_WARNINGS_AS_ERRORS-}" \
+            "build/$1/CMakeCache.txt"
+}
+
+# build_preset PRESET [TARGET]: configures where that is due, and builds what is out of date;
+# without TARGET, all that the preset names. A compiler's warning ends the build only where
+# QUILLMERE_WARNINGS_AS_ERRORS is ON in the environment, as our own checks have it.
 build_preset() {
     local preset=$1 target=${2-}
-    if [ ! "build/$preset/build.ninja" -nt CMakePresets.json ]; then
+    if ! is_configured "$preset"; then
         cmake --preset "$preset" \
             || fail "cmake could not configure the build; correct what it names above"
     fi

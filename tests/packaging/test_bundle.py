@@ -70,7 +70,7 @@ def configure(folder, *options):
         f"-DCMAKE_PROJECT_INCLUDE={DARWIN / 'project.cmake'}",
         f"-DCMAKE_CXX_COMPILER={builds.clang()}", "-DCMAKE_BUILD_TYPE=Debug",
         "-DQUILLMERE_BUILD_TESTS=OFF", "-DQUILLMERE_BUILD_CATALOGUE=OFF",
-        "-DQUILLMERE_WARNINGS_AS_ERRORS=ON",
+        f"-DQUILLMERE_WARNINGS_AS_ERRORS={ENVIRONMENT.get('QUILLMERE_WARNINGS_AS_ERRORS', '')}",
         *builds.launcher(), *options, env=ENVIRONMENT)
 
 
