@@ -4,9 +4,12 @@
 #include "support/localtrust.h"
 #include "support/modalbox.h"
 
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
 #include <QTcpSocket>
 #include <QTest>
 
+#include <memory>
 #include <optional>
 
 using namespace Qt::Literals::StringLiterals;
@@ -23,6 +26,16 @@ QStringList twoAttempts(const QString& error)
     }
     const QString line = "[ERROR] WebProfiler - Network error: "_L1 + error;
     return {line, FaultWindow::retryLine(), line};
+}
+
+/// What Qt says when it fetches from @p address in vain: its words differ between its releases.
+QString wordsOfQt(const QString& address)
+{
+    QNetworkAccessManager network;
+    const std::unique_ptr<QNetworkReply> reply(network.get(QNetworkRequest(QUrl(address))));
+    const bool hasFailed =
+        QTest::qWaitFor([&reply] { return reply->isFinished(); }, 15'000) && reply->error();
+    return hasFailed ? reply->errorString() : u"no failure"_s;
 }
 
 } // namespace
@@ -66,7 +79,9 @@ void TestCatalogueTransfer::cleanup()
 void TestCatalogueTransfer::failedTransferKeepsTheTable_data()
 {
     QTest::addColumn<HttpReply>("reply");
-    QTest::addColumn<QString>("error"); // "URL" stands for the catalogue's address
+    // "URL" stands for the catalogue's address, "WORDS" for what Qt says when it fetches from
+    // there.
+    QTest::addColumn<QString>("error");
     QTest::addColumn<bool>("isLogged");
 
     const auto row = [](const char* what, const HttpReply& reply, const QString& error,
@@ -115,9 +130,9 @@ void TestCatalogueTransfer::failedTransferKeepsTheTable_data()
     row("a redirect to another scheme", redirect("ftp://127.0.0.1/catalogue.csv"), otherScheme);
     row("no HTTP at all", {.body = "SSH-2.0-OpenSSH_9.2\r\n", .manner = HttpReply::Raw}, closed);
     row("a gzip bomb", {.body = bomb, .headers = {"Content-Encoding: gzip"}},
-        u"Decompression failed:  (HTTP 200)"_s);
+        u"WORDS (HTTP 200)"_s);
     row("gzip that is none", {.body = smallCatalogue, .headers = {"Content-Encoding: gzip"}},
-        u"Decompression failed:  (HTTP 200)"_s);
+        u"WORDS (HTTP 200)"_s);
 }
 
 void TestCatalogueTransfer::failedTransferKeepsTheTable()
@@ -127,6 +142,9 @@ void TestCatalogueTransfer::failedTransferKeepsTheTable()
     QFETCH(bool, isLogged);
     m_fault->serveCatalogue(reply);
     error.replace("URL"_L1, m_fault->catalogueAddress());
+    if (error.contains("WORDS"_L1)) {
+        error.replace("WORDS"_L1, wordsOfQt(m_fault->catalogueAddress()));
+    }
     m_fault->expectFailedLoad(error, twoAttempts(isLogged ? error : QString()));
     QVERIFY(m_fault->windowStillWorks());
 }

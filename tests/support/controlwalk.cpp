@@ -10,7 +10,9 @@ namespace {
 bool isActionable(QAccessibleInterface& control)
 {
     QAccessibleActionInterface* action = control.actionInterface();
-    return !control.state().invisible && action && !action->actionNames().isEmpty();
+    // A table is met by its cells. Since Qt 6.11 it can be scrolled by an action of its own.
+    return control.role() != QAccessible::Table && !control.state().invisible && action &&
+           !action->actionNames().isEmpty();
 }
 
 void collect(QAccessibleInterface& parent, QList<SpokenControl>& found)
