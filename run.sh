@@ -9,7 +9,7 @@ usage() {
     cat <<'END'
 Usage: ./run.sh [--mine | --help]
 
-Installs what is missing (Debian, Ubuntu: apt-get; macOS: Homebrew), builds Quillmere and runs it
+Installs what is missing (Debian: apt-get; macOS: Homebrew), builds Quillmere and runs it
 on a sample organisation: a catalogue and installers with invented names, served on 127.0.0.1, and
 sample applications instead of those in /Applications. Quillmere gets a HOME of its own; your files
 and settings are left alone. Everything lies in build/sample/, which is made anew at every start.

@@ -45,7 +45,7 @@ apt_get() {
     $as_root env DEBIAN_FRONTEND=noninteractive apt-get -q -y "$@" >>build/install.log 2>&1
 }
 
-# Installs what is missing of the given packages (Debian, Ubuntu); nothing runs when nothing is.
+# Installs what is missing of the given packages (Debian); nothing runs when nothing is.
 install_packages() {
     local missing
     missing=$(missing_packages "$@")
