@@ -89,15 +89,10 @@ void sendText(const QPointer<QWindow>& window, const QString& text)
     }
 }
 
-void sendClick(QWidget* target, QPoint position, bool isDouble)
+void sendClick(QWidget* target, QPoint position)
 {
     if (QWindow* window = target->window()->windowHandle()) {
-        const QPoint inWindow = target->mapTo(target->window(), position);
-        if (isDouble) {
-            QTest::mouseDClick(window, Qt::LeftButton, Qt::NoModifier, inWindow);
-        } else {
-            QTest::mouseClick(window, Qt::LeftButton, Qt::NoModifier, inWindow);
-        }
+        QTest::mouseClick(window, Qt::LeftButton, {}, target->mapTo(target->window(), position));
     }
 }
 
@@ -156,6 +151,8 @@ void ImpatientUser::perform(const Draw& draw)
     const quint32 share = draw.kind % 1000;
     if (m_pressed) {
         release();
+    } else if (m_again) {
+        clickAgain();
     } else if (share < 280) {
         pressKey(draw);
     } else if (share < 370) {
@@ -191,18 +188,35 @@ void ImpatientUser::note(const QString& text)
     }
 }
 
-bool ImpatientUser::click(QWidget& target, QPoint place, const QString& what, bool isDouble)
+void ImpatientUser::click(QWidget& target, QPoint place, const QString& what, bool isDouble)
 {
-    if (m_manner == ByAnyMeans) {
-        note(what);
-        sendClick(&target, place, isDouble);
-        return true;
-    }
-    if (!target.window()->windowHandle() || !isSeen(&target, place)) {
-        return false;
+    QWindow* window = target.window()->windowHandle();
+    if (!window || (m_manner == ByHand && !isSeen(&target, place))) {
+        return;
     }
     note(what);
-    return isDouble ? windowDoubleClick(&target, place) : windowClick(&target, place);
+    if (isDouble) {
+        m_again = window;
+        m_place = target.mapTo(target.window(), place);
+    }
+    if (m_manner == ByHand) {
+        windowClick(&target, place);
+    } else {
+        sendClick(&target, place);
+    }
+}
+
+void ImpatientUser::clickAgain()
+{
+    const QPointer<QWindow> window = std::exchange(m_again, {});
+    if (window->isVisible()) {
+        note(u"click again"_s);
+        QTest::lastMouseTimestamp -= QTest::mouseDoubleClickInterval;
+        QTest::mousePress(window.data(), Qt::LeftButton, {}, m_place);
+    }
+    if (window && window->isVisible()) {
+        QTest::mouseRelease(window.data(), Qt::LeftButton, {}, m_place);
+    }
 }
 
 void ImpatientUser::pressAndHold(const Draw& draw)
@@ -215,15 +229,17 @@ void ImpatientUser::pressAndHold(const Draw& draw)
                     1 + int(draw.where % quint32(window->height() - 1)));
     note(u"press at %1, %2 in %3"_s.arg(at.x()).arg(at.y()).arg(nameOf(*window)));
     m_pressed = window->windowHandle();
-    m_pressedAt = at;
+    m_place = at;
     QTest::mousePress(m_pressed.data(), Qt::LeftButton, {}, at);
 }
 
 void ImpatientUser::release()
 {
-    note(u"release"_s);
     const QPointer<QWindow> window = std::exchange(m_pressed, {});
-    QTest::mouseRelease(window.data(), Qt::LeftButton, {}, m_pressedAt);
+    if (window->isVisible()) { // another one gets it else
+        note(u"release"_s);
+        QTest::mouseRelease(window.data(), Qt::LeftButton, {}, m_place);
+    }
 }
 
 void ImpatientUser::pressKey(const Draw& draw)

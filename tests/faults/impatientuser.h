@@ -61,8 +61,10 @@ private:
     /// Counts an action and keeps what it is.
     void note(const QString& text);
 
-    /// A click of the user's manner; false when there is nothing to click.
-    bool click(QWidget& target, QPoint place, const QString& what, bool isDouble = false);
+    /// A click of the user's manner; the second one of a double click is the next action, as the
+    /// first one may wait in an event loop.
+    void click(QWidget& target, QPoint place, const QString& what, bool isDouble = false);
+    void clickAgain();
     void pressAndHold(const Draw& draw);
     void release();
     void pressKey(const Draw& draw);
@@ -81,7 +83,8 @@ private:
     int m_left;
     int m_actingLevel = -1;      ///< of the event loop in which an action is being done
     QPointer<QWindow> m_pressed; ///< in which the mouse button is held
-    QPoint m_pressedAt;
+    QPointer<QWindow> m_again;   ///< that is to be clicked a second time
+    QPoint m_place;              ///< of either
     QHash<QString, QStringList> m_texts;
     QHash<QString, QString> m_rightTexts;
     QStringList m_trace;
