@@ -1,8 +1,9 @@
 // Values in property lists, in two ways. Any bytes: a second reading, over the list of the reader's
 // tokens, must yield the same value, and `plutil` must be asked exactly when the text is no whole
-// XML and yielded no value; its answer is then the value, without the blanks around it. And
-// dictionaries made from the input, with nested ones, comments and entities: the value is the last
-// one of its key, however deep, and `plutil` is not asked.
+// XML and yielded no value; its answer is then the value, without the blanks around it, and a
+// failure that it tells of is none. And dictionaries made from the input, with nested ones,
+// comments and entities: the value is the last one of its key, however deep, and `plutil` is not
+// asked.
 
 #include "commands.h"
 #include "fuzzing.h"
@@ -109,6 +110,10 @@ void tryBytes(const QString& path, const QByteArray& bytes)
                  expected ? QList<QStringList>() : QList<QStringList>{plutil});
     requireEqual("the value is that of the file, or plutil's", value,
                  expected.value_or(u"from plutil \u00e9"_s));
+    Commands::print(path.toUtf8() + ": Could not extract value, error: No value\n");
+    requireEqual("a failing plutil yields nothing", SysProfiler::findPlistValue(path, wantedKey),
+                 expected.value_or(QString()));
+    Commands::takeCalls();
 }
 
 /// Text of what XML allows, a carriage return excepted.

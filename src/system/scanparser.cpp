@@ -71,3 +71,14 @@ PropertyMap parseSystemProfilerReport(const QByteArray& output)
     }
     return found;
 }
+
+QString parsePlutilValue(const QByteArray& output, const QString& path)
+{
+    const QString text = QString::fromUtf8(output);
+    // On a Mac, Qt decomposes the letters of what it hands to a program, and so does the echo.
+    const QString failure = path.normalized(QString::NormalizationForm_C) + ": "_L1;
+    if (text.normalized(QString::NormalizationForm_C).startsWith(failure)) {
+        return {};
+    }
+    return text.trimmed();
+}

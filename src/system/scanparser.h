@@ -16,3 +16,7 @@ using PropertyMap = QHash<QString, QHash<QString, QString>>;
 /// Reads the text report of `system_profiler SPApplicationsDataType`: each application's keys and
 /// values as printed. Deliberately, an application keeps earlier ones' keys that its block lacks.
 [[nodiscard]] PropertyMap parseSystemProfilerReport(const QByteArray& output);
+
+/// The value that `plutil -extract KEY raw PATH` printed, in UTF-8, without the blanks around it.
+/// Empty for a failure, which Apple's tells on standard output too: "PATH: " and what went wrong.
+[[nodiscard]] QString parsePlutilValue(const QByteArray& output, const QString& path);

@@ -206,7 +206,7 @@ QString SysProfiler::findPlistValue(const QString& path, const QString& key)
     Debug(Debug::Info) << "XML parsing failed for " << path << ", trying plutil...";
     const QByteArray output =
         System::execute({u"plutil"_s, u"-extract"_s, key, u"raw"_s, path}).constFirst();
-    return QString::fromUtf8(output).trimmed();
+    return parsePlutilValue(output, path);
 }
 
 QString SysProfiler::getObtainedFrom(const QString& name) const

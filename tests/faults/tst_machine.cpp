@@ -455,7 +455,14 @@ void TestMachine::plutilMisbehaves_data()
     const auto yieldsNothing = [&](const char* fault, const QByteArray& plutil) {
         QTest::newRow(fault) << plutil << askedTwice + unread << unreadRow;
     };
-    yieldsNothing("fails", "echo 'No value at that key path' >&2\nexit 1\n");
+    // Apple's says on standard output what went wrong.
+    yieldsNothing("fails",
+                  "echo \"$4: Could not extract value, error: No value at that key path\"\n"
+                  "exit 1\n");
+    yieldsNothing("fails without a line feed",
+                  "printf '%s: Could not extract value' \"$4\"\nexit 1\n");
+    yieldsNothing("fails and tells standard error",
+                  "echo 'No value at that key path' >&2\nexit 1\n");
     yieldsNothing("prints nothing", "exit 0\n");
     yieldsNothing("prints blanks", "printf ' \\n\\t\\n'\n");
     yieldsNothing("killed", "kill -9 $$\n");
@@ -470,9 +477,14 @@ void TestMachine::plutilMisbehaves_data()
     yields("a megabyte of errors", "head -c 1000000 /dev/zero >&2\necho 3.1\n", u"3.1"_s,
            u"2.0 ⤓ #dadaff"_s);
     yields("prints invalid UTF-8", "printf '3.\\377'\n", u"3.\uFFFD"_s, u"2.0 ⤓ #dadaff"_s);
-    // Nobody asks how it ended: what it prints is the value.
-    yields("prints its error where the value belongs", "echo Error: no such key\nexit 1\n",
-           u"Error:"_s, u"2.0 ⤓ #ffdada"_s);
+    // Nobody asks how it ended: what it prints is the value, unless it begins with the file's path.
+    yields("prints something else and fails", "echo Error: no such key\nexit 1\n", u"Error:"_s,
+           u"2.0 ⤓ #ffdada"_s);
+    QTest::newRow("fails for the first key alone")
+        << QByteArray(
+               "case $2 in *Short*) echo \"$4: Could not extract\"; exit 1 ;; esac\necho 3.1\n")
+        << askedTwice + QStringList{matched(u"Atlas"_s, u"3.1"_s)}
+        << u"Atlas | 3.1 | 2.0 ⤓ #dadaff"_s;
 }
 
 void TestMachine::plutilMisbehaves()

@@ -23,7 +23,8 @@ assert (extract, raw) == ("-extract", "raw"), sys.argv
 with open(path, "rb") as file:
     value = plistlib.load(file).get(key)
 if value is None:
-    sys.exit(path + ": Could not extract value, error: No value at that key path")
+    print(path + ": Could not extract value, error: No value at that key path or invalid key path: " + key)
+    sys.exit(1)
 print(len(value) if isinstance(value, (list, dict)) else value)
 END
 )";

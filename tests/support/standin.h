@@ -16,7 +16,8 @@ public:
     void add(const QString& command, const QByteArray& body) const;
     /// A script that prints exactly @p output and ends.
     void addPrinting(const QString& command, const QByteArray& output) const;
-    /// `plutil -extract KEY raw PATH` for binary and XML property lists.
+    /// `plutil -extract KEY raw PATH` for binary and XML property lists. As Apple's, it says on
+    /// standard output that a key is lacking, and ends with 1.
     void addPlutil() const;
     /// The script records each call's arguments, one a line, an empty line after each call.
     void addRecording(const QString& command, const QByteArray& output = {}) const;

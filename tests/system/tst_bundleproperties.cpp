@@ -91,11 +91,15 @@ private Q_SLOTS:
     void plutilOutputIsTrimmedUtf8();
     void failingPlutilYieldsAnEmptyText_data();
     void failingPlutilYieldsAnEmptyText();
+    void failureIsKnownHoweverItsPathIsComposed_data();
+    void failureIsKnownHoweverItsPathIsComposed();
+    void missingPlutilYieldsAnEmptyText();
 
     void versionOfAnXmlPlist_data();
     void versionOfAnXmlPlist();
     void versionOfABinaryPlist();
     void longVersionOfABinaryPlist();
+    void binaryPlistWithoutAVersionIsWarnedOf();
     void bothKeysOfABinaryPlistAreAskedFor();
     void onlyGetVersionShortens();
     void plistPathIsTheLocationWithContentsBehindIt();
@@ -462,20 +466,74 @@ void TestBundleProperties::plutilOutputIsTrimmedUtf8()
 
 void TestBundleProperties::failingPlutilYieldsAnEmptyText_data()
 {
-    QTest::addColumn<bool>("present");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("said"); // %1 stands for the path
+    QTest::addColumn<QString>("value");
 
-    QTest::newRow("it fails with a message") << true;
-    QTest::newRow("it cannot be started") << false;
+    const auto row = [](const char* what, const QString& name, const QString& said,
+                        const QString& value = {}) {
+        QTest::newRow(what) << name << said << value;
+    };
+    const QString noValue = u"%1: Could not extract value, error: No value at that key path\n"_s;
+    row("no such key", u"Info.plist"_s, noValue);
+    row("without a final line feed", u"Info.plist"_s, noValue.chopped(1));
+    row("damaged file", u"Info.plist"_s, u"%1: Property List error: Unexpected character b\n"_s);
+    row("file that cannot be read", u"Info.plist"_s,
+        u"%1: file does not exist or is not readable or is not a regular file "
+        "(Error Domain=NSCocoaErrorDomain Code=260)\n"_s);
+    row("blanks in the path", u"My Foo 2.app/Info.plist"_s, noValue);
+    row("colons in the path", u"Foo: 2.app/Info.plist"_s, noValue);
+    row("accents in the path", u"Éditeur.app/Info.plist"_s, noValue);
+    row("place holders in the path", u"%2 %L1.plist"_s, noValue);
+    row("other letters in the path", u"編集.app/Info.plist"_s, noValue);
+    row("it says nothing", u"Info.plist"_s, {});
+    // What does not begin with the path, a colon and a blank is the value.
+    row("value that ends with the path", u"Info.plist"_s, u"2.0 %1: a\n"_s, u"2.0 %1: a"_s);
+    row("value that is the path", u"Info.plist"_s, u"%1\n"_s, u"%1"_s);
+    row("value that goes on without a blank", u"Info.plist"_s, u"%1:2.0\n"_s, u"%1:2.0"_s);
+    row("value that goes on without a colon", u"Info.plist"_s, u"%1 2.0\n"_s, u"%1 2.0"_s);
+    row("value with another path", u"Info.plist"_s, u"Info.plist: 2.0\n"_s, u"Info.plist: 2.0"_s);
 }
 
 void TestBundleProperties::failingPlutilYieldsAnEmptyText()
 {
-    QFETCH(bool, present);
-    if (present) {
-        machine().standIns().add(u"plutil"_s, "echo 'No value at that key path' >&2\nexit 1\n");
-    } else {
-        machine().withdrawCommands();
-    }
+    QFETCH(QString, name);
+    QFETCH(QString, said);
+    QFETCH(QString, value);
+    const QString path = machine().home().write(name, "no XML");
+    machine().answer(u"plutil"_s, said.replace(u"%1"_s, path).toUtf8());
+    QCOMPARE(SysProfiler::findPlistValue(path, shortKey), value.replace(u"%1"_s, path));
+    QCOMPARE(machine().takeLog(), QStringList{tryingPlutil(path)});
+}
+
+void TestBundleProperties::failureIsKnownHoweverItsPathIsComposed_data()
+{
+    QTest::addColumn<int>("asked");
+    QTest::addColumn<int>("said");
+
+    // Qt decomposes what it hands to a Mac's program; the scan keeps what the file system holds.
+    QTest::newRow("precomposed, said decomposed")
+        << int(QString::NormalizationForm_C) << int(QString::NormalizationForm_D);
+    QTest::newRow("decomposed, said precomposed")
+        << int(QString::NormalizationForm_D) << int(QString::NormalizationForm_C);
+}
+
+void TestBundleProperties::failureIsKnownHoweverItsPathIsComposed()
+{
+    QFETCH(int, asked);
+    QFETCH(int, said);
+    const QString name = u"Éphélidion.app/Info.plist"_s;
+    const QString path = machine().home().write(
+        name.normalized(static_cast<QString::NormalizationForm>(asked)), "no XML");
+    const QString other = path.normalized(static_cast<QString::NormalizationForm>(said));
+    QVERIFY(other != path);
+    machine().answer(u"plutil"_s, (other + ": Could not extract value, error: x\n"_L1).toUtf8());
+    QCOMPARE(SysProfiler::findPlistValue(path, shortKey), QString());
+}
+
+void TestBundleProperties::missingPlutilYieldsAnEmptyText()
+{
+    machine().withdrawCommands();
     const QString path = plist("no XML");
     QCOMPARE(SysProfiler::findPlistValue(path, shortKey), QString());
     QCOMPARE(machine().takeLog(), QStringList{tryingPlutil(path)});
@@ -544,9 +602,20 @@ void TestBundleProperties::longVersionOfABinaryPlist()
              QStringList({tryingPlutil(fooPlist()), tryingPlutil(fooPlist())}));
 }
 
+void TestBundleProperties::binaryPlistWithoutAVersionIsWarnedOf()
+{
+    machine().standIns().addPlutil();
+    SysProfiler profiler;
+    scanFooWith(profiler, binaryPlist("CFBundleVersion", "77"));
+    QCOMPARE(profiler.getVersion(u"Foo"_s), QString());
+    QCOMPARE(machine().takeLog(), QStringList({tryingPlutil(fooPlist()), tryingPlutil(fooPlist()),
+                                               unreadable(u"Foo"_s, fooPlist())}));
+}
+
 void TestBundleProperties::bothKeysOfABinaryPlistAreAskedFor()
 {
-    machine().answer(u"plutil"_s, {});
+    machine().answer(u"plutil"_s,
+                     fooPlist().toUtf8() + ": Could not extract value, error: No value\n");
     SysProfiler profiler;
     scanFooWith(profiler, binaryPlist("CFBundleVersion", "77"));
     QCOMPARE(profiler.getVersion(u"Foo"_s), QString());
