@@ -1,5 +1,6 @@
 #include "support/downloadbench.h"
 
+#include "support/localtrust.h"
 #include "support/modalbox.h"
 
 #include <QDir>
@@ -10,8 +11,6 @@
 #include <QNetworkReply>
 #include <QPointer>
 #include <QPushButton>
-#include <QSslConfiguration>
-#include <QSslCertificate>
 #include <QTableWidget>
 #include <QTest>
 #include <QTimer>
@@ -690,14 +689,11 @@ void TestDownload::followsARedirect()
 
 void TestDownload::refusesARedirectFromHttpsToHttp()
 {
-    if (!QSslSocket::supportsSsl()) {
-        QSKIP("No TLS on this machine");
+    if (!canServeTls()) {
+        QSKIP("no TLS server on this machine");
     }
     HttpServer secure(localTlsIdentity());
-    const QSslConfiguration former = QSslConfiguration::defaultConfiguration();
-    QSslConfiguration trusting = former;
-    trusting.setCaCertificates({localTlsIdentity().localCertificate()});
-    QSslConfiguration::setDefaultConfiguration(trusting);
+    const LocalTrust trust;
     secure.reply(u"soft/first.dmg"_s,
                  {.status = 302,
                   .headers = {"Location: " + m_bench->server().url(u"plain.dmg"_s).toUtf8()}});
@@ -716,7 +712,6 @@ void TestDownload::refusesARedirectFromHttpsToHttp()
     // From https to https it is followed.
     m_bench->pressDownload(1);
     QTRY_COMPARE(m_bench->saved(u"second.dmg"_s), "safe");
-    QSslConfiguration::setDefaultConfiguration(former);
 }
 
 void TestDownload::rowCanBeDownloadedAgain()
