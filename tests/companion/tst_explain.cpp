@@ -292,6 +292,8 @@ void TestExplain::tellsWhatANetworkErrorComesFrom_data()
         u"The server did not answer with the file"_s);
     add(u"Host catalogue.example.org not found"_s, u"The server's name is unknown"_s);
     add(u"SSL handshake failed"_s, u"The secure connection was refused"_s);
+    add(u"SSL Handshake failed: -9836"_s, u"The server offers no TLS 1.2"_s);
+    add(u"Host unreachable"_s, u"No way leads to the server"_s);
     add(u"Insecure redirect"_s, u"The server sent the client on from https to http"_s);
     add(u"Connection refused"_s, u"The server is down"_s);
     add(u"Connection closed"_s, u"The server is down"_s);

@@ -147,6 +147,7 @@ struct Answer
     int status = 0;
     QHash<QByteArray, QByteArray> headers; ///< by their names in lower case
     QByteArray body;                       ///< as it was sent
+    QSsl::SslProtocol protocol = QSsl::UnknownProtocol;
 };
 
 using Headers = QHash<QByteArray, QByteArray>;
@@ -173,6 +174,7 @@ Answer ask(const QString& url, const Headers& headers = {}, const QByteArray& ve
         answer.headers.insert(name.toLower(), value);
     }
     answer.body = reply->readAll();
+    answer.protocol = reply->sslConfiguration().sessionProtocol();
     return answer;
 }
 
@@ -190,6 +192,8 @@ private Q_SLOTS:
 
     void configurationIsAccepted();
     void clientLoadsTheCatalogue();
+    void clientsOfEitherProtocolAreServed_data();
+    void clientsOfEitherProtocolAreServed();
     void clientDownloadsAnInstaller();
     void answersSayHowTheyMayBeKept_data();
     void answersSayHowTheyMayBeKept();
@@ -280,6 +284,26 @@ void TestNginxSite::clientLoadsTheCatalogue()
     QCOMPARE(client.lastError(), QString());
     QCOMPARE(client.getAppList().size(), 100);
     QCOMPARE(client.getVersion(u"Application 99"_s), u"1.0"_s);
+}
+
+void TestNginxSite::clientsOfEitherProtocolAreServed_data()
+{
+    QTest::addColumn<QSsl::SslProtocol>("protocol");
+    QTest::newRow("TLS 1.2 alone, as a Mac's") << QSsl::TlsV1_2;
+    QTest::newRow("TLS 1.3 alone") << QSsl::TlsV1_3;
+}
+
+void TestNginxSite::clientsOfEitherProtocolAreServed()
+{
+    QFETCH(QSsl::SslProtocol, protocol);
+    QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
+    tls.setProtocol(protocol);
+    QSslConfiguration::setDefaultConfiguration(tls); // the fixture brings the former one back
+    WebProfiler client(m_site->url(), u"config/01_MacOS.csv"_s, u","_s, {});
+    client.update();
+    QCOMPARE(client.lastError(), QString());
+    QCOMPARE(client.getAppList().size(), 100);
+    QCOMPARE(ask(m_site->url(u"config/small.csv"_s)).protocol, protocol);
 }
 
 void TestNginxSite::clientDownloadsAnInstaller()

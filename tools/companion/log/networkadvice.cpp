@@ -42,6 +42,10 @@ Advice connectionAdvice(const QString& error)
                 "its network, or a mistyped base URL."_s,
                 u"Check the base URL in the preferences and the machine's network."_s};
     }
+    if (says("ssl handshake failed: -9836"_L1)) {
+        return {u"The server offers no TLS 1.2, where a Mac's client ends."_s,
+                u"Let the server offer TLS 1.2 beside 1.3."_s};
+    }
     if (says("ssl"_L1) || says("certificate"_L1)) {
         return {u"The secure connection was refused: the certificate is expired, of another name "
                 "or of an unknown issuer, or the machine's clock is wrong."_s,
@@ -54,6 +58,13 @@ Advice connectionAdvice(const QString& error)
     if (says("refused"_L1) || says("closed"_L1)) {
         return {u"The server is down, a firewall is between, or the connection broke off."_s,
                 u"See that the web server runs and that its port can be reached from there."_s};
+    }
+    if (says("host unreachable"_L1)) {
+        return {
+            u"No way leads to the server from there, or, for a server in the user's own network, "
+            "macOS has not been allowed to let the client reach it."_s,
+            u"See System Settings, Privacy & Security, Local Network, and the machine's "
+            "network."_s};
     }
     return {u"The network or the server was not available at that moment."_s,
             u"Try again; if it stays, open the address in a browser on the user's network."_s};
