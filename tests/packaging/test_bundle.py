@@ -19,6 +19,7 @@ ICON = "Quillmere.app/Contents/Resources/AppIcon.icns"
 CHOSEN_FOLDER = ("Quillmere saves downloaded installers here when you have chosen this download "
                  "folder.")
 EXPECTED_PLIST = {
+    "CFBundleAllowMixedLocalizations": True,
     "CFBundleDevelopmentRegion": "en",
     "CFBundleDisplayName": "Quillmere",
     "CFBundleExecutable": "Quillmere",
