@@ -5,6 +5,7 @@ and the call of Qt's deploy tool. What Apple's tools do is not.
 """
 
 import plistlib
+import re
 import stat
 import struct
 import unittest
@@ -32,7 +33,7 @@ EXPECTED_PLIST = {
     "CFBundleVersion": "26.3.0",
     "LSApplicationCategoryType": "public.app-category.utilities",
     "LSFileQuarantineEnabled": True,
-    "LSMinimumSystemVersion": "12.0",
+    "LSMinimumSystemVersion": None,  # by the Qt in use, see setUpClass
     "NSDesktopFolderUsageDescription": CHOSEN_FOLDER,
     "NSDocumentsFolderUsageDescription": CHOSEN_FOLDER,
     "NSDownloadsFolderUsageDescription":
@@ -60,19 +61,63 @@ EXPECTED_ICONS = {
     b"ic14": 512,   # 256@2x
 }
 
+# Qt's version, the least macOS that Qt names: the least that a build is made for.
+LEAST_MACOS = {
+    ("6.4.2", ""): "12.0",
+    ("6.5.3", "11"): "12.0",
+    ("6.8.3", ""): "12.0",
+    ("6.8.3", "12"): "12.0",
+    ("6.9.3", ""): "12.0",
+    ("6.10.0", ""): "13.0",
+    ("6.11.1", "13"): "13.0",
+    ("6.12.0", ""): "14.4",
+    ("6.12.0", "14.4"): "14.4",
+    ("7.0.0", "16"): "16.0",
+}
+
+AGL = "links the framework AGL, which this SDK lacks"
+YIELD = "has a header (qyieldcpu.h) that does not compile with it for Apple's processors"
+# Qt's version, the macOS SDK's: why they cannot build together.
+SDK_TROUBLE = {
+    ("6.8.3", "15.5"): "",
+    ("6.8.3", ""): "",
+    ("6.8.3", "26"): AGL,
+    ("6.8.3", "26.0"): AGL,
+    ("6.8.3", "26.4"): AGL,
+    ("6.4.2", "26.0"): AGL,
+    ("6.9.1", "26.0"): AGL,
+    ("6.9.2", "26.0"): "",
+    ("6.10.0", "26.3"): "",
+    ("6.10.1", "26.4"): YIELD,
+    ("6.11.0", "26.4.1"): YIELD,
+    ("6.11.1", "26.4"): "",
+    ("6.12.0", "27.0"): "",
+}
+
 # A day of 2026: what is made from it does not change with the calendar.
 ENVIRONMENT = {**builds.os.environ, "SOURCE_DATE_EPOCH": "1772366400"}
 
 
-def configure(folder, *options):
+def configure(folder, *options, environment=None):
     return builds.run(
         builds.CMAKE, "-S", builds.SOURCE, "-B", folder, "-G", "Ninja",
         f"-DCMAKE_TOOLCHAIN_FILE={DARWIN / 'toolchain.cmake'}",
         f"-DCMAKE_PROJECT_INCLUDE={DARWIN / 'project.cmake'}",
         f"-DCMAKE_CXX_COMPILER={builds.clang()}", "-DCMAKE_BUILD_TYPE=Debug",
+        "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON",
         "-DQUILLMERE_BUILD_TESTS=OFF", "-DQUILLMERE_BUILD_CATALOGUE=OFF",
         f"-DQUILLMERE_WARNINGS_AS_ERRORS={ENVIRONMENT.get('QUILLMERE_WARNINGS_AS_ERRORS', '')}",
-        *builds.launcher(), *options, env=ENVIRONMENT)
+        *builds.launcher(), *options, env=environment or ENVIRONMENT)
+
+
+def asked(function, *arguments):
+    """What a function of platform.cmake says."""
+    script = builds.fresh_folder("asked") / "ask.cmake"
+    words = " ".join(f'"{argument}"' for argument in arguments)
+    script.write_text(f"include({builds.SOURCE}/packaging/macos/platform.cmake)\n"
+                      f'{function}(answer {words})\nmessage(STATUS "${{answer}}")\n',
+                      encoding="utf-8")
+    return builds.succeed(builds.CMAKE, "-P", script).removeprefix("-- ").rstrip("\n")
 
 
 def icon_entries(data):
@@ -92,6 +137,9 @@ def icon_entries(data):
 class BundleTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
+        cls.qt = builds.succeed("qmake6", "-query", "QT_VERSION").strip()
+        cls.least = asked("quillmere_least_macos", cls.qt, "")
+        EXPECTED_PLIST["LSMinimumSystemVersion"] = cls.least
         cls.build = builds.fresh_folder("build")
         cls.prefix = builds.fresh_folder("installed")
         # Stands in for Qt's deploy tool: notes where and how it is called.
@@ -147,6 +195,61 @@ class BundleTest(unittest.TestCase):
                                   "-DQUILLMERE_AUTHOR=Ada_&_<Co>")
         self.assertEqual(changed, {**EXPECTED_PLIST, "CFBundleIdentifier": "net.example.apps",
                                    "NSHumanReadableCopyright": "Copyright © 2026 Ada & <Co>"})
+
+    def test_the_deployment_target_is_qts(self):
+        commands = (self.build / "compile_commands.json").read_text(encoding="utf-8")
+        self.assertEqual(set(re.findall(r"-mmacosx-version-min=(\S+)", commands)),
+                         {self.least})
+        for options, least in ((("-DQT_SUPPORTED_MIN_MACOS_VERSION=15.4",), "15.4"),
+                               (("-DCMAKE_OSX_DEPLOYMENT_TARGET=15.1",), "15.1")):
+            with self.subTest(least):
+                self.assertEqual(self.plist_with(*options),
+                                 {**EXPECTED_PLIST, "LSMinimumSystemVersion": least})
+
+    def test_a_deployment_target_below_qts_stops_with_one_clear_line(self):
+        told = self.refusal("-DCMAKE_OSX_DEPLOYMENT_TARGET=11.0")
+        self.assertEqual(told, f"CMAKE_OSX_DEPLOYMENT_TARGET is 11.0, but with Qt {self.qt} "
+                               f"Quillmere needs macOS {self.least}.")
+
+    def test_an_sdk_that_cannot_do_stops_with_one_clear_line(self):
+        if asked("quillmere_sdk_trouble", self.qt, "26.0") != AGL:
+            self.skipTest(f"Qt {self.qt} builds with every SDK that is known here")
+        self.assertEqual(self.refusal(sdk="26.0"),
+                         f"Qt {self.qt} does not build with the macOS SDK 26.0: it {AGL}. Choose "
+                         "an Xcode before 26 by DEVELOPER_DIR, or Qt 6.11.1 or later.")
+        folder = builds.fresh_folder("configured")
+        for options, sdk in (((), "15.5"), (("-DQUILLMERE_CHECK_XCODE=OFF",), "26.0")):
+            with self.subTest(options=options, sdk=sdk):
+                result = configure(folder, *options, environment=self.with_sdk(sdk))
+                self.assertEqual(result.returncode, 0, result.stdout)
+
+    def test_every_qt_has_its_least_macos_and_its_sdks(self):
+        for function, table in (("quillmere_least_macos", LEAST_MACOS),
+                                ("quillmere_sdk_trouble", SDK_TROUBLE)):
+            for arguments, expected in table.items():
+                with self.subTest(function, arguments=arguments):
+                    self.assertEqual(asked(function, *arguments), expected)
+
+    def with_sdk(self, version):
+        """An environment whose xcrun names this SDK."""
+        tools = builds.fresh_folder("xcode")
+        tool = tools / "xcrun"
+        tool.write_text('#!/bin/sh\n[ "$*" = "--sdk macosx --show-sdk-version" ] && '
+                        f"echo {version}\n", encoding="utf-8")
+        tool.chmod(tool.stat().st_mode | stat.S_IXUSR)
+        return {**ENVIRONMENT, "PATH": f"{tools}:{ENVIRONMENT['PATH']}"}
+
+    def refusal(self, *options, sdk="15.5"):
+        """The one line by which a build is refused."""
+        result = configure(builds.fresh_folder("refused"), *options,
+                           environment=self.with_sdk(sdk))
+        self.assertNotEqual(result.returncode, 0)
+        found = re.search(r"^CMake Error at packaging/macos/platform\.cmake:.*\n((?: +.*\n)+)",
+                          result.stdout, re.MULTILINE)
+        self.assertTrue(found, result.stdout)
+        lines = found[1].strip().splitlines()
+        self.assertEqual(len(lines), 1, lines)
+        return lines[0]
 
     def plist_with(self, *options):
         """The Info.plist of a build that is configured only."""
