@@ -2,6 +2,8 @@
 """Reads from Quillmere's log and from a picture of its window what the table shows.
 
     table.py scanned SAMPLE         succeeds once every row was matched after the scan
+    table.py logged SAMPLE          prints what was matched after the scan; fails if a version is not
+                                    its bundle's, or an entry lacks its match
     table.py complete PICTURE       succeeds if the picture shows every row in a row's colour
     table.py height PICTURE         prints how tall the window must be to just hold the table
     table.py print SAMPLE PICTURE   prints the table; fails if a row is not as it must be
@@ -16,6 +18,7 @@ import re
 import shutil
 import subprocess
 import sys
+import unicodedata
 from dataclasses import dataclass
 from pathlib import Path
 
@@ -133,10 +136,7 @@ def bar_percentage(picture, name):
 
 def matches(sample):
     """(name, installed version) of each row, as logged after the last scan, in row order."""
-    path = sample / LOG
-    text = path.read_text(encoding="utf-8") if path.exists() else ""
-    _, scanned, rest = text.rpartition(SCANNED)
-    found = map(MATCH.search, rest.splitlines()) if scanned else []
+    found = map(MATCH.search, log_lines(sample))
     return [(match["name"], installed_version(match)) for match in found if match]
 
 
@@ -147,6 +147,33 @@ def installed_version(match):
     # The version after "matched" is "0" when no candidate is numbered.
     listed = dict(re.findall(r"'(.*?)' v(.*?)(?:, |$)", match["candidates"]))
     return listed[match["found"]]
+
+
+def log_lines(sample):
+    """The lines of the log that follow the last scan's end."""
+    path = sample / LOG
+    text = path.read_text(encoding="utf-8") if path.exists() else ""
+    _, scanned, rest = text.rpartition(SCANNED)
+    return rest.splitlines() if scanned else []
+
+
+def print_logged(sample):
+    """Prints each entry's match and returns how many are not as they must be."""
+    organisation = read_table()
+    versions = {Path(bundle.path).stem: "" if bundle.plist == "none" else bundle.version.split(" ")[0]
+                for bundle in organisation.bundles}
+    expected = organisation.rows()
+    logged = [match for match in map(MATCH.search, log_lines(sample)) if match]
+    wrong = abs(len(expected) - len(logged))
+    for entry, match in zip(expected, logged):
+        found, version = match["found"], installed_version(match)
+        due = versions.get(unicodedata.normalize("NFC", found)) if found else ""
+        is_right = (entry.name == match["name"] and version == due
+                    and (entry.verdict == "not installed") == (found is None))
+        wrong += not is_right
+        print(f"{shortened(entry.name):{NAME_WIDTH}}  {found or 'not installed':{NAME_WIDTH}}  "
+              f"{version}{'' if is_right else f'   WRONG: {due} is due'}")
+    return wrong
 
 
 def served_versions(sample):
@@ -187,6 +214,8 @@ def main(command, *arguments):
     paths = [Path(argument) for argument in arguments]
     if command == "scanned" and len(paths) == 1:
         return len(matches(paths[0])) < len(read_table().rows())
+    if command == "logged" and len(paths) == 1:
+        return print_logged(paths[0]) > 0
     if command == "complete" and len(paths) == 1:
         return len(row_runs(read_picture(paths[0]))[0]) != len(read_table().rows())
     if command == "height" and len(paths) == 1:

@@ -5,10 +5,6 @@ out=${out:?the folder for output, set by the script that sources this file}
 window="" # the main window's id
 opened=$out/opened.txt # a line for each item that was handed to the desktop's handler
 
-table() {
-    PYTHONDONTWRITEBYTECODE=1 python3 sample/table.py "$@"
-}
-
 # Starts Xvfb on a display that is free, tall enough for the whole table.
 start_display() {
     start xvfb Xvfb -displayfd 3 -screen 0 1280x2000x24 -nolisten tcp 3>"$out/display"
@@ -16,20 +12,6 @@ start_display() {
     DISPLAY=":$(cat "$out/display")"
     export DISPLAY QT_QPA_PLATFORM=xcb
     unset WAYLAND_DISPLAY
-}
-
-scan_ended() {
-    local log=${settings:?}/quillmere.log
-    if [ "$(grep -cF '[ERROR] WebProfiler' "$log" 2>/dev/null)" = 2 ]; then
-        fail "the catalogue could not be loaded:" \
-            "$(grep -F '[ERROR] WebProfiler' "$log" | tail -n 1)"
-    fi
-    table scanned "$out"
-}
-
-# Whether that many scans have ended.
-scans_ended() {
-    [ "$(grep -cF "SysProfiler - data updated" "${settings:?}/quillmere.log")" -ge "$1" ] && scan_ended
 }
 
 # Quillmere's windows on the display: the main one alone, once the wait dialog is gone.

@@ -6,6 +6,10 @@ home=$out/home
 settings=$home/Library/Quillmere
 quillmere_id=""
 
+table() {
+    PYTHONDONTWRITEBYTECODE=1 python3 sample/table.py "$@"
+}
+
 make_sample() {
     python3 sample/make_sample.py "$out" \
         || fail "the sample organisation could not be made; its reason is above"
@@ -45,7 +49,8 @@ END
 }
 
 # start_quillmere [recorded]: starts Quillmere where it sees the sample's bundles, server and HOME,
-# and nothing of the user's. "recorded": what it opens is only noted.
+# and nothing of the user's. "recorded": what it opens is only noted. $quillmere_program is another
+# program than the preset's.
 start_quillmere() {
     local path=$PWD/sample/bin:$PATH
     on_mac || path=$PWD/sample/plutil:$path
@@ -58,7 +63,21 @@ start_quillmere() {
         -u http_proxy -u https_proxy -u all_proxy -u HTTP_PROXY -u HTTPS_PROXY -u ALL_PROXY \
         HOME="$PWD/$home" PATH="$path" QUILLMERE_SAMPLE_APPLICATIONS="$PWD/$out/Applications" \
         QUILLMERE_SAMPLE_OPENED="$PWD/$out/opened.txt" \
-        "$(release_program)"
+        "${quillmere_program:-$(release_program)}"
     # shellcheck disable=SC2034 # for the scripts that source this file
     quillmere_id=${last_id:?}
+}
+
+scan_ended() {
+    local log=${settings:?}/quillmere.log
+    if [ "$(grep -cF '[ERROR] WebProfiler' "$log" 2>/dev/null)" = 2 ]; then
+        fail "the catalogue could not be loaded:" \
+            "$(grep -F '[ERROR] WebProfiler' "$log" | tail -n 1)"
+    fi
+    table scanned "$out"
+}
+
+# Whether that many scans have ended.
+scans_ended() {
+    [ "$(grep -cF "SysProfiler - data updated" "${settings:?}/quillmere.log")" -ge "$1" ] && scan_ended
 }
