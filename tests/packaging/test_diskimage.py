@@ -306,5 +306,45 @@ class DiskImageTest(unittest.TestCase):
                     self.assertIn(call, printed)
 
 
+class IdentityTest(unittest.TestCase):
+    """take-up-identity.sh, which the release's workflow runs with the secrets."""
+
+    def setUp(self):
+        self.folder = builds.fresh_folder("identity")
+        # Keeps what is imported, because the file is to be gone afterwards.
+        for name, body in (("uuidgen", "echo 0123-4567"),
+                           ("security", 'echo "$*" >>"$CALLS"\n[ "$1" != "$FAILS" ] || exit 1\n'
+                                        '[ "$1" != import ] || cp "$2" "$CALLS.p12"')):
+            tool = self.folder / name
+            tool.write_text(f"#!/bin/sh\n{body}\n", encoding="utf-8")
+            tool.chmod(0o755)
+
+    def take_up(self, fails=""):
+        return builds.run(
+            "bash", builds.SOURCE / "packaging/macos/take-up-identity.sh",
+            env={**os.environ, "PATH": f"{self.folder}:{os.environ['PATH']}", "FAILS": fails,
+                 "CALLS": str(self.folder / "calls"), "RUNNER_TEMP": str(self.folder),
+                 "GITHUB_ENV": str(self.folder / "env"), "CERTIFICATE": "Y2VydA==",
+                 "CERTIFICATE_PASSWORD": "secret", "SIGN_IDENTITY": IDENTITY})
+
+    def test_takes_up_the_certificate_and_leaves_no_file(self):
+        result = self.take_up()
+        self.assertEqual(result.returncode, 0, result.stdout)
+        self.assertEqual((self.folder / "calls.p12").read_text(encoding="utf-8"), "cert")
+        self.assertEqual((self.folder / "env").read_text(encoding="utf-8"),
+                         f"QUILLMERE_SIGN_IDENTITY={IDENTITY}\n")
+        self.assertFalse((self.folder / "certificate.p12").exists())
+        self.assertNotIn("secret", result.stdout)
+        calls = (self.folder / "calls").read_text(encoding="utf-8").splitlines()
+        self.assertEqual([call.split()[0] for call in calls],
+                         ["create-keychain", "set-keychain-settings", "unlock-keychain", "import",
+                          "set-key-partition-list", "list-keychains"])
+
+    def test_a_certificate_that_is_not_taken_names_no_identity(self):
+        self.assertNotEqual(self.take_up(fails="import").returncode, 0)
+        self.assertFalse((self.folder / "env").exists())
+        self.assertFalse((self.folder / "certificate.p12").exists())
+
+
 if __name__ == "__main__":
     builds.main()
