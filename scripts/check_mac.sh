@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# On a Mac, which nobody needs to look at: makes the disk image, runs the Quillmere that lies in it on
-# the sample organisation, and asks the machine what is only assumed of it elsewhere.
+# On a Mac: makes the disk image, runs the Quillmere that lies in it on the sample organisation, and
+# asks the machine what is only assumed of it elsewhere.
 #
 # QT_ROOT_DIR names an official Qt. Results lie in build/mac: window.png, box.png, quillmere.log and
 # answers.md, the table at the end. It opens an installer that holds nothing. Fails unless every row

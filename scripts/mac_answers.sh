@@ -54,13 +54,18 @@ answer_names() {
 
 # Quillmere goes on when its own bundle is replaced under it.
 answer_own_update() {
-    local bundle=$out/Running.app id
+    local bundle=$out/Running.app id end=$((SECONDS + 30))
     ditto "${volume:?}/Quillmere.app" "$bundle" || return 2
     mkdir -p "$out/other-home"
     HOME=$PWD/$out/other-home "$bundle/Contents/MacOS/Quillmere" >"$out/replaced.out" 2>&1 &
     id=$!
-    sleep 10
-    kill -0 "$id" 2>/dev/null || return 2
+    until [ -s "$out/other-home/Library/Quillmere/quillmere.log" ]; do
+        if [ "$SECONDS" -ge "$end" ]; then
+            kill "$id" 2>/dev/null || true
+            return 2
+        fi
+        sleep 0.2
+    done
     rm -rf "$bundle"
     ditto "$volume/Quillmere.app" "$bundle"
     sleep 10

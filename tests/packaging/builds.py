@@ -1,7 +1,7 @@
 """What the tests of this folder share: builds in folders of their own.
 
-CTest names the project's folder, the folder to work in, CMake, the compiler launcher and the
-program in the environment (CMakeLists.txt).
+CTest names the project's folder, the folder to work in, CMake, the compiler launcher, the program
+and Qt's version in the environment (CMakeLists.txt).
 """
 
 import os

@@ -7,6 +7,7 @@ import os
 import shlex
 import shutil
 import unittest
+from pathlib import Path
 
 import builds
 
@@ -227,6 +228,13 @@ class DiskImageTest(unittest.TestCase):
                 self.assertIn(f"QUILLMERE_{name} has its reserved value", output)
         self.make("--build-only")
         self.assertEqual(self.make("--image-only")[0], 0)
+
+    def test_the_program_tells_its_base_url_as_plain_text(self):
+        # Else a reserved one would not be found in what was built.
+        program = Path(os.environ["QUILLMERE_PROGRAM"]).read_bytes()
+        self.assertRegex(program, rb"<baseURL>https://[^<]+/</baseURL>")
+        form = (builds.SOURCE / "packaging/macos/Info.plist.in").read_text(encoding="utf-8")
+        self.assertIn("<string>${MACOSX_BUNDLE_GUI_IDENTIFIER}</string>", form)
 
     def test_a_busy_volume_is_tried_again(self):
         for busy, status_due, tries in ((1, 0, 2), (4, 0, 5), (5, 1, 5)):
