@@ -1,4 +1,5 @@
 #include "faults/faultwindow.h"
+#include "support/windowclick.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -98,4 +99,3 @@ void TestMachineSlow::plutilDoesNotEnd()
 
 QTEST_MAIN(TestMachineSlow)
 #include "tst_machine_slow.moc"
-#include "support/windowclick.h"
