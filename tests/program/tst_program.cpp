@@ -441,7 +441,7 @@ void TestProgram::showTable(int count)
     for (int i = 0; i < count; ++i) {
         const QByteArray file = "app" + QByteArray::number(i) + ".dmg";
         catalogue += "Application " + QByteArray::number(i) + ";1.0;;" + file + ";0\n";
-        m_server->reply("s/"_L1 + QString::fromLatin1(file),
+        m_server->reply("soft/"_L1 + QString::fromLatin1(file),
                         {.body = "ab", .manner = HttpReply::Stall, .announcedLength = 4});
     }
     m_server->reply(u"catalogue.csv"_s, {.body = catalogue});
@@ -474,7 +474,7 @@ bool TestProgram::clickAsksFor(int entry, const ShownRow& row)
                             id,
                             u"5"_s,
                             u"300"_s};
-    const QStringList after = before + QStringList{u"/s/app%1.dmg"_s.arg(entry)};
+    const QStringList after = before + QStringList{u"/soft/app%1.dmg"_s.arg(entry)};
     xdotool(click);
     if (!QTest::qWaitFor([&] { return m_server->requests().size() > before.size(); }, 10'000) ||
         m_server->requests() != after) {
