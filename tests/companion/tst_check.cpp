@@ -35,7 +35,7 @@ QByteArray catalogue(const QByteArrayList& lines)
 
 /// An entry that nothing is wrong with.
 QByteArray entry(const QByteArray& name, const QByteArray& version = "1.0",
-                 const QByteArray& fileName = "tool.bin")
+                 const QByteArray& fileName = "tool.iso")
 {
     return name + ',' + version + ",2026-09-21," + fileName + ",0";
 }
@@ -218,9 +218,20 @@ void TestCheck::findsWhatIsWrongWithTheText_data()
     addRule("column is missing", "Name,Version,Filename,Ignored\nA,1.0,a.bin,0\n",
             {u"1 header-column"_s});
     addRule("no Ignored: one finding for all lines",
-            "Name,Version,Release date,Filename\nA,1.0,d,a.bin\nB,1.0,d,a.bin\n",
+            "Name,Version,Release date,Filename\nA,1.0,d,a.iso\nB,1.0,d,a.iso\n",
             {u"0 no-entry"_s, u"1 header-column"_s});
     addRule("the first title is of no account", "\" Anything\"" + header.mid(4) + entry("A"), {});
+
+    // Bytes and quotes
+    addRule("a name in Latin-1", catalogue({entry("Caf\xe9"), entry("B")}), {u"2 encoding"_s});
+    addRule("a file name in Latin-1", catalogue({entry("A", "1.0", "caf\xe9.iso")}),
+            {u"2 encoding"_s});
+    addRule("a date in Latin-1", catalogue({"A,1.0,ao\xfbt,tool.iso,0"}), {u"2 encoding"_s});
+    addRule("a surrogate in UTF-8", catalogue({entry("\xed\xa0\x80 A")}), {u"2 encoding"_s});
+    addRule("a column that nobody reads, in Latin-1",
+            header.trimmed() + ",Caf\xe9\n" + entry("A") + ",Caf\xe9\n", {});
+    addRule("a line that is dropped, in Latin-1", catalogue({"Caf\xe9,1,d,f.iso,1", entry("B")}),
+            {u"2 dropped-hidden"_s});
 
     // Names
     addRule("no name", catalogue({entry("")}), {u"2 name-empty"_s});
@@ -245,6 +256,19 @@ void TestCheck::findsWhatIsWrongWithTheText_data()
     addRule("blanks inside quotes", catalogue({entry("\" A\""), entry("\"B \"")}),
             {u"2 name-blanks"_s, u"3 name-blanks"_s});
     addRule("blanks outside quotes", catalogue({entry(" A "), entry("\t\"B\" ")}), {});
+    addRule("a zero byte", catalogue({entry(QByteArray("A\0B", 3))}), {u"2 name-unseen"_s});
+    for (const char* unseen :
+         {"\x1b", "\u200b", "\u202e", "\u00a0", "\u00ad", "\ufeff", "\u2028", "\u2009", "\t"}) {
+        const QByteArray name = QByteArray("Ink") + unseen + "Pen";
+        addRule(("in a name: " + name.toPercentEncoding()).constData(), catalogue({entry(name)}),
+                {u"2 name-unseen"_s});
+    }
+    addRule("at an end: what the client does not trim, and what it does",
+            catalogue({entry("A\u200b"), entry("B\u00a0")}), {u"2 name-unseen"_s});
+    addRule("a joiner between letters that take one", catalogue({entry("\u0646\u200c\u0647")}), {});
+    addRule("a joiner between those that take none", catalogue({entry("A\u200dB")}),
+            {u"2 name-unseen"_s});
+    addRule("a blank of another alphabet", catalogue({entry("\u4e2d\u3000\u4e2d")}), {});
     addRule("the product's name by accident", catalogue({entry("My quillmere tool")}),
             {u"2 name-product"_s});
     addRule("the product itself", catalogue({entry("Quillmere")}), {});
@@ -267,10 +291,14 @@ void TestCheck::findsWhatIsWrongWithTheText_data()
 
     // File names
     addRule("no file", catalogue({entry("A", "1.0", "")}), {u"2 file-none"_s});
-    for (const char* name : {"a#b.bin", "a?b.bin", "a%20b.bin"}) {
+    for (const char* name : {"a#b.iso", "a?b.iso", "a%20b.iso"}) {
         addRule(name, catalogue({entry("A", "1.0", name)}), {u"2 file-address"_s});
     }
-    for (const char* name : {"mac/a.bin", "../a.bin", "..", ".", "/a.bin"}) {
+    addRule("a zero byte in a file name", catalogue({entry("A", "1.0", QByteArray("a\0b.iso", 7))}),
+            {u"2 file-unseen"_s});
+    addRule("a direction mark in a file name", catalogue({entry("A", "1.0", "a\u202eb.iso")}),
+            {u"2 file-unseen"_s});
+    for (const char* name : {"mac/a.iso", "../a.iso", "..", ".", "/a.iso"}) {
         addRule(name, catalogue({entry("A", "1.0", name)}), {u"2 file-folder"_s});
     }
     addRule("a name of 256 bytes", catalogue({entry("A", "1.0", QByteArray(256, 'a'))}),
@@ -278,7 +306,7 @@ void TestCheck::findsWhatIsWrongWithTheText_data()
     addRule("128 accents are 256 bytes",
             catalogue({entry("A", "1.0", QByteArray("\u00e9").repeated(128))}), {u"2 file-long"_s});
     addRule("a name of 255 bytes", catalogue({entry("A", "1.0", QByteArray(255, 'a'))}), {});
-    addRule("blanks, brackets and dots in a name", catalogue({entry("A", "1.0", "a b (2)..bin")}),
+    addRule("blanks, brackets and dots in a name", catalogue({entry("A", "1.0", "a b (2)..iso")}),
             {});
 }
 
@@ -384,7 +412,7 @@ void TestCheck::comparesWithThePublishedCatalogue_data()
         {u"2 version-same"_s, u"2 version-text"_s});
     row("older", entry("A", "1.10"), "1.9", {u"2 version-older"_s});
     row("another application's version is of no account", entry("B", "9"), "1.0", {});
-    row("hidden until now", entry("A", "9").chopped(1) + '1', "1.0", {});
+    row("hidden until now", entry("A", "9").chopped(1) + "1\n" + entry("B"), "1.0", {});
     row("of a name listed twice the later counts", entry("A", "9") + '\n' + entry("A", "1.0"),
         "1.1", {});
 }
@@ -412,12 +440,12 @@ void TestCheck::looksAtTheFiles_data()
                         const QByteArray& content, const QStringList& findings) {
         QTest::newRow(what) << fileName << existing << content << findings;
     };
-    row("there", "a.bin", u"a.bin"_s, "x", {});
-    row("missing", "a.bin", u"b.bin"_s, "x", {u"b.bin file-unnamed"_s, u"2 file-missing"_s});
-    row("a folder of that name", "a.bin", u"a.bin/inside"_s, "x", {u"2 file-missing"_s});
-    row("other letter case", "Tool.bin", u"tool.bin"_s, "x", {u"2 file-case"_s});
-    row("empty", "a.bin", u"a.bin"_s, "", {u"2 file-empty"_s});
-    row("hidden files are nobody's", "a.bin", u".htaccess"_s, "x", {u"2 file-missing"_s});
+    row("there", "a.iso", u"a.iso"_s, "x", {});
+    row("missing", "a.iso", u"b.iso"_s, "x", {u"b.iso file-unnamed"_s, u"2 file-missing"_s});
+    row("a folder of that name", "a.iso", u"a.bin/inside"_s, "x", {u"2 file-missing"_s});
+    row("other letter case", "Tool.iso", u"tool.iso"_s, "x", {u"2 file-case"_s});
+    row("empty", "a.iso", u"a.iso"_s, "", {u"2 file-empty"_s});
+    row("hidden files are nobody's", "a.iso", u".htaccess"_s, "x", {u"2 file-missing"_s});
     row("a package", "a.pkg", u"a.pkg"_s, "xar!\1\2", {});
     row("an upper-case ending", "A.PKG", u"A.PKG"_s, "xar!\1\2", {});
     row("no package", "a.mpkg", u"a.mpkg"_s, "PK\3\4", {u"2 file-type"_s});
@@ -426,7 +454,7 @@ void TestCheck::looksAtTheFiles_data()
     row("a short disk image", "a.dmg", u"a.dmg"_s, "koly", {u"2 file-type"_s});
     row("no archive", "a.zip", u"a.zip"_s, "Rar!", {u"2 file-type"_s});
     row("a web page", "a.dmg", u"a.dmg"_s, webPage, {u"2 file-type"_s});
-    row("a web page of any name", "a.bin", u"a.bin"_s, webPage, {u"2 file-type"_s});
+    row("a web page of any name", "a.iso", u"a.iso"_s, webPage, {u"2 file-type"_s});
     row("a web page that is one", "a.html", u"a.html"_s, webPage, {});
 }
 
@@ -736,6 +764,18 @@ void TestCheck::unreadableInputIsTold_data()
         QTest::newRow(what) << arguments << reason;
     };
     const QString good = u"HOME/good.csv"_s;
+    row("an empty path", {u""_s}, u"an argument is empty (try --help)"_s);
+    row("published: an empty file", {good, u"--published"_s, u"HOME/empty.csv"_s},
+        u"cannot compare with HOME/empty.csv: it is empty"_s);
+    row("published: a login page", {good, u"--published"_s, u"HOME/login.csv"_s},
+        u"cannot compare with HOME/login.csv: it is a web page"_s);
+    row("published: another separator", {good, u"--published"_s, u"HOME/other.csv"_s},
+        u"cannot compare with HOME/other.csv: the header has no ',', its titles stand between "
+        "';'"_s);
+    row("published: no entry", {good, u"--published"_s, u"HOME/hidden.csv"_s},
+        u"cannot compare with HOME/hidden.csv: no line of it is a valid entry"_s);
+    row("published: no version", {good, u"--published"_s, u"HOME/bare.csv"_s},
+        u"cannot compare with HOME/bare.csv: no entry of it has a version"_s);
     row("wrong usage", {good, u"b.csv"_s}, u"unexpected argument 'b.csv' (try --help)"_s);
     row("no such file", {u"HOME/none.csv"_s},
         u"cannot read HOME/none.csv: No such file or directory"_s);
@@ -751,6 +791,11 @@ void TestCheck::unreadableInputIsTold()
     QFETCH(QStringList, arguments);
     QFETCH(QString, reason);
     write(u"good.csv"_s, catalogue({entry("A")}));
+    write(u"empty.csv"_s, {});
+    write(u"login.csv"_s, webPage);
+    write(u"other.csv"_s, catalogue({entry("A")}).replace(',', ';'));
+    write(u"hidden.csv"_s, catalogue({entry("A").chopped(1) + '1'}));
+    write(u"bare.csv"_s, "Name,Filename,Ignored\nA,a.iso,0\n");
     arguments.prepend(u"check"_s);
     QCOMPARE(run(runCheck, arguments.replaceInStrings(u"HOME"_s, m_home->path())),
              refusal(u"check"_s, reason.replace("HOME"_L1, m_home->path())));
@@ -761,8 +806,8 @@ void TestCheck::tellsProgressBesideTheFindings()
     QByteArrayList lines;
     for (int i = 0; i < 101; ++i) {
         const QByteArray number = QByteArray::number(i).rightJustified(3, '0');
-        lines.append(entry("Tool" + number, "1.0", "tool" + number + ".bin"));
-        write(u"soft/tool%1.bin"_s.arg(QString::fromLatin1(number)), "x");
+        lines.append(entry("Tool" + number, "1.0", "tool" + number + ".iso"));
+        write(u"soft/tool%1.iso"_s.arg(QString::fromLatin1(number)), "x");
     }
     const QString path = write(u"catalogue.csv"_s, catalogue(lines));
     const CommandRun result =

@@ -1,5 +1,7 @@
 #include "companion/catalogue/cataloguetext.h"
 
+#include "companion/catalogue/columns.h"
+#include "companion/catalogue/fieldrules.h"
 #include "companion/report/texttable.h"
 #include "web/catalogueformat.h"
 
@@ -13,11 +15,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-const QString versionTitle = u"Version"_s;
-const QString dateTitle = u"Release date"_s;
-const QString fileTitle = u"Filename"_s;
-const QString ignoredTitle = u"Ignored"_s;
 
 /// A title without what is easily added to it by mistake.
 QString bareTitle(const QString& title)
@@ -39,7 +36,8 @@ QString likelySeparator(const QString& header)
         for (const QString& title : header.split(separator)) {
             titles.append(bareTitle(title));
         }
-        if (titles.contains(bareTitle(ignoredTitle)) || titles.contains(bareTitle(versionTitle))) {
+        if (titles.contains(bareTitle(Column::ignored)) ||
+            titles.contains(bareTitle(Column::version))) {
             return separator;
         }
     }
@@ -69,7 +67,8 @@ void checkHeader(const QString& header, const QString& separator, Report& report
     }
     // The first field's title is not used.
     const QStringList titles = header.split(separator).sliced(1);
-    for (const QString& wanted : {versionTitle, dateTitle, fileTitle, ignoredTitle}) {
+    for (const QString& wanted :
+         {Column::version, Column::date, Column::fileName, Column::ignored}) {
         if (titles.contains(wanted)) {
             continue;
         }
@@ -108,7 +107,8 @@ QString splitField(const QString& line, const QString& separator)
 
 void reportSplitField(qsizetype number, const QString& field, Report& report)
 {
-    report.add(number, u"field-split"_s, u"the quotes of %1 protect nothing"_s.arg(field));
+    report.add(number, u"field-split"_s,
+               u"the quotes of %1 protect nothing"_s.arg(printable(field)));
 }
 
 void reportDropped(qsizetype number, const QString& line, const QString& separator,
@@ -118,7 +118,7 @@ void reportDropped(qsizetype number, const QString& line, const QString& separat
         report.add(number, u"dropped-empty"_s, u"the line is empty"_s);
         return;
     }
-    const QString ignored = format.value(line, ignoredTitle);
+    const QString ignored = format.value(line, Column::ignored);
     if (const QString field = splitField(line, separator); !field.isEmpty()) {
         reportSplitField(number, field, report);
     } else if (ignored.isNull()) {
@@ -143,22 +143,23 @@ CatalogueText readCatalogue(const QByteArray& bytes, const QString& separator, R
     QTextStream lines(bytes, QIODevice::ReadOnly);
     const QString header = lines.readLine();
     const CatalogueFormat format(header, separator);
-    const bool hasIgnored = header.split(separator).sliced(1).contains(ignoredTitle);
+    const bool hasIgnored = header.split(separator).sliced(1).contains(Column::ignored);
     if (!bytes.isEmpty()) {
         checkHeader(header, separator, report);
     }
     QString line;
     for (qsizetype number = 2; lines.readLineInto(&line); ++number) {
         if (format.isOffered(line)) {
-            text.entries.append({number, format.name(line), format.value(line, versionTitle),
-                                 format.value(line, fileTitle)});
+            text.entries.append({number, format.name(line), format.value(line, Column::version),
+                                 format.value(line, Column::fileName)});
             if (const QString field = splitField(line, separator); !field.isEmpty()) {
                 reportSplitField(number, field, report);
             }
+            checkFields(number, line, format, report);
         } else if (hasIgnored) { // else the header's finding tells of every line
             reportDropped(number, line, separator, format, report);
-            if (format.value(line, ignoredTitle) == "1"_L1) {
-                text.hiddenFiles.append(format.value(line, fileTitle));
+            if (format.value(line, Column::ignored) == "1"_L1) {
+                text.hiddenFiles.append(format.value(line, Column::fileName));
             }
         }
     }

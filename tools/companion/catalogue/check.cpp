@@ -2,6 +2,7 @@
 
 #include "companion/catalogue/filerules.h"
 #include "companion/catalogue/namerules.h"
+#include "companion/catalogue/published.h"
 #include "companion/catalogue/versionrules.h"
 #include "companion/report/commandline.h"
 #include "companion/report/rules.h"
@@ -45,7 +46,7 @@ struct CheckTask
     QString place;
     QByteArray catalogue;
     QString separator;
-    QList<CatalogueEntry> published;
+    Published published;
     QString folder; ///< the installers'; empty when they are not checked
     QString error;  ///< why nothing can be checked; empty when something can
 };
@@ -64,10 +65,8 @@ CheckTask taskOf(const CommandLine& line)
     task.catalogue = catalogue.bytes;
     task.error = catalogue.error;
     if (task.error.isEmpty() && !line.published().isEmpty()) {
-        const Source published = readSource(line.published());
-        task.error = published.error;
-        Report unused(task.place);
-        task.published = readCatalogue(published.bytes, task.separator, unused).entries;
+        task.published = readPublished(line.published(), task.separator);
+        task.error = task.published.error;
     }
     return task;
 }
@@ -76,9 +75,9 @@ QList<Finding> findingsOf(const CheckTask& task, QTextStream& progress)
 {
     Report report(task.place);
     const CatalogueText text = checkCatalogue(task.catalogue, task.separator, report);
-    checkAgainstPublished(text.entries, task.published, report);
+    checkAgainstPublished(text.entries, task.published.text.entries, report);
     if (!task.folder.isEmpty()) {
-        checkFiles(text, task.folder, task.published, report, progress);
+        checkFiles(text, task.folder, task.published.text.entries, report, progress);
     }
     return report.findings();
 }

@@ -24,6 +24,11 @@ bool changesAddress(QChar c)
     return c == u'#' || c == u'?' || c == u'%';
 }
 
+bool isHidden(QChar c)
+{
+    return !c.isSurrogate() && isUnseen(c.unicode());
+}
+
 /// Whether @p name can be asked for and saved; reports it when not.
 bool checkFileName(const CatalogueEntry& entry, Report& report)
 {
@@ -35,6 +40,11 @@ bool checkFileName(const CatalogueEntry& entry, Report& report)
     bool isFit = true;
     if (std::any_of(name.cbegin(), name.cend(), changesAddress)) {
         report.add(entry.line, u"file-address"_s, u"%1 means another address"_s.arg(quoted(name)));
+        isFit = false;
+    }
+    if (std::any_of(name.cbegin(), name.cend(), isHidden)) {
+        report.add(entry.line, u"file-unseen"_s,
+                   u"%1 holds a character that is not seen"_s.arg(quoted(name)));
         isFit = false;
     }
     if (name.contains(u'/') || name == "."_L1 || !staysInFolder(name)) {

@@ -4,22 +4,18 @@
 
 #include <QFile>
 
+#include <algorithm>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+constexpr qsizetype startSize = 256;
 constexpr qint64 trailerSize = 512; // a disk image's last bytes, which begin with "koly"
 
 bool endsIn(const QString& name, QLatin1StringView ending)
 {
     return name.endsWith(ending, Qt::CaseInsensitive);
-}
-
-bool isWebPage(const QByteArray& start)
-{
-    const QByteArray text = start.trimmed().toLower();
-    return text.startsWith("<!doctype html") || text.startsWith("<html") ||
-           text.startsWith("<head");
 }
 
 bool isZip(const QByteArray& start)
@@ -35,13 +31,20 @@ bool hasTrailer(QFile& file)
 
 } // namespace
 
+bool isWebPage(const QByteArray& start)
+{
+    const QByteArray text = start.first(std::min(start.size(), startSize)).trimmed().toLower();
+    return text.startsWith("<!doctype html") || text.startsWith("<html") ||
+           text.startsWith("<head");
+}
+
 QString wrongFileType(const QString& path, const QString& name)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
         return {};
     }
-    const QByteArray start = file.read(256);
+    const QByteArray start = file.read(startSize);
     if (isWebPage(start)) {
         return endsIn(name, ".html"_L1) || endsIn(name, ".htm"_L1) ? QString() : u"is a web page"_s;
     }

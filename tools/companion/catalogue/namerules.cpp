@@ -35,6 +35,36 @@ void checkAccents(const CatalogueEntry& entry, Report& report)
     }
 }
 
+bool isJoiner(QChar c)
+{
+    return c == u'\u200c' || c == u'\u200d';
+}
+
+/// Whether what stands at @p at is not seen, or is no blank of the space bar although it looks like
+/// one. A joiner shapes letters of other alphabets; between those it has its place.
+bool isHidden(const QString& name, qsizetype at)
+{
+    const QChar c = name[at];
+    if (isJoiner(c) && at > 0 && at + 1 < name.size()) {
+        return name[at - 1].unicode() < 0x80 || name[at + 1].unicode() < 0x80;
+    }
+    const bool isIdeographicSpace = c == u'\u3000';
+    return (c.isSpace() && c != u' ' && !isIdeographicSpace) ||
+           (!c.isSurrogate() && isUnseen(c.unicode()));
+}
+
+void checkUnseen(const CatalogueEntry& entry, Report& report)
+{
+    for (qsizetype at = 0; at < entry.name.size(); ++at) {
+        if (isHidden(entry.name, at)) {
+            report.add(entry.line, u"name-unseen"_s,
+                       u"%1 holds the character U+%2"_s.arg(quoted(entry.name))
+                           .arg(QString::number(entry.name[at].unicode(), 16).toUpper(), 4, u'0'));
+            return;
+        }
+    }
+}
+
 void checkProduct(const CatalogueEntry& entry, Report& report)
 {
     const QString product = BuildInfo::productName();
@@ -55,6 +85,7 @@ void checkName(const CatalogueEntry& entry, Report& report)
         report.add(entry.line, u"name-blanks"_s,
                    u"%1 begins or ends with a blank"_s.arg(quoted(name)));
     }
+    checkUnseen(entry, report);
     if (!isAscii(name)) {
         checkAccents(entry, report);
     }

@@ -106,6 +106,9 @@ QString CommandLine::problem() const
     if (given.isEmpty() && !isEndAsked()) {
         return u"an argument is missing"_s;
     }
+    if (given.contains(QString())) {
+        return u"an argument is empty"_s;
+    }
     if (given.size() > 1 && !m_isRepeated) {
         return u"unexpected argument '%1'"_s.arg(given[1]);
     }

@@ -42,6 +42,10 @@ QList<Rule> lineRules()
         {u"field-split"_s, Severity::Error, u"A quoted field holds the separator."_s,
          u"The client splits it all the same, and what follows moves one column to the right."_s,
          u"Take the separator out of the field, or use another one for the whole file."_s},
+        {u"encoding"_s, Severity::Error, u"A field has bytes that are no UTF-8."_s,
+         u"The client reads another character in their place: a name so written finds no "
+         "application, a file so named is not on the server."_s,
+         u"Save the catalogue as UTF-8."_s},
     };
 }
 
@@ -77,6 +81,11 @@ QList<Rule> nameRules()
         {u"name-blanks"_s, Severity::Error, u"A name has blanks inside its quotes, at an end."_s,
          u"The client keeps them, and finds no application that is named without."_s,
          u"Remove the blanks."_s},
+        {u"name-unseen"_s, Severity::Error,
+         u"A name holds a character that is not seen, or a blank that is none of the space bar."_s,
+         u"The client compares names character by character: no application is found whose name "
+         "only looks the same."_s,
+         u"Type the name anew."_s},
         {u"name-product"_s, Severity::Warning,
          u"A name holds \"%1\" without being it."_s.arg(product),
          u"The client takes the entry for its own update: it asks to restart, and quits when the "
@@ -123,6 +132,9 @@ QList<Rule> fileRules()
          u"The client puts the name into the address as it stands: the server is asked for another "
          "file."_s,
          u"Rename the file."_s},
+        {u"file-unseen"_s, Severity::Error, u"A file name holds a character that is not seen."_s,
+         u"The client asks for a file of exactly that name, and cannot save one with a zero byte."_s,
+         u"Rename the file, and type its name anew."_s},
         {u"file-folder"_s, Severity::Error, u"A file name holds \"/\", or is no name but \"..\"."_s,
          u"The client cannot write to a folder that is not there, and refuses to leave its "
          u"download "

@@ -22,6 +22,14 @@ QList<qsizetype> columnWidths(const QList<QStringList>& rows)
     return widths;
 }
 
+QString writtenOut(char32_t c)
+{
+    return c > 0xffff ? u"\\U%1"_s.arg(uint(c), 8, 16, QChar(u'0'))
+                      : u"\\u%1"_s.arg(uint(c), 4, 16, QChar(u'0'));
+}
+
+} // namespace
+
 bool isUnseen(char32_t c)
 {
     switch (QChar::category(c)) {
@@ -35,14 +43,6 @@ bool isUnseen(char32_t c)
         return false;
     }
 }
-
-QString writtenOut(char32_t c)
-{
-    return c > 0xffff ? u"\\U%1"_s.arg(uint(c), 8, 16, QChar(u'0'))
-                      : u"\\u%1"_s.arg(uint(c), 4, 16, QChar(u'0'));
-}
-
-} // namespace
 
 QString printable(const QString& text)
 {

@@ -5,9 +5,12 @@
 
 class QTextStream;
 
-/// @p text for a terminal: what is not seen there, or changes how the rest is seen (control and
-/// format characters, direction marks among them, line separators, halves of a pair), is written as
-/// "\u" and four hexadecimal digits, or "\U" and eight.
+/// Whether @p c is not seen on a terminal, or changes how the rest is seen: control and format
+/// characters, direction marks among them, line separators, halves of a pair.
+[[nodiscard]] bool isUnseen(char32_t c);
+
+/// @p text for a terminal: what isUnseen() is written as "\u" and four hexadecimal digits, or "\U"
+/// and eight.
 [[nodiscard]] QString printable(const QString& text);
 
 /// @p text, printable, between single quotes.

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "companion/catalogue/cataloguetext.h"
+
+/// The catalogue that users have now.
+struct Published
+{
+    CatalogueText text;
+    QString error; ///< why nothing can be compared with it; empty when something can
+};
+
+/// Reads the published catalogue from the file or address @p place. What has no entries, or
+/// entries without versions, is an error: comparing with it would find nothing, whatever is wrong.
+[[nodiscard]] Published readPublished(const QString& place, const QString& separator);
