@@ -79,8 +79,9 @@ void TestCatalogueCommand::eachCommandExplainsItself_data()
 
     const QStringList shared = {u"--separator <S>"_s, u"--published <OLD>"_s};
     QTest::newRow("check") << u"check"_s
-                           << QStringList{u"--files <FOLDER>"_s, u"--strict"_s, u"--json"_s,
-                                          u"--list-rules"_s} +
+                           << QStringList{u"--files <FOLDER>"_s, u"--strict"_s,
+                                          u"--json"_s,           u"--list-rules"_s,
+                                          u"--known <NAMES>"_s,  u"--removes <N>"_s} +
                                   shared;
     QTest::newRow("preview") << u"preview"_s
                              << QStringList{u"--log <LOG>"_s, u"--scan"_s, u"--json"_s} + shared;
@@ -137,7 +138,7 @@ void TestCatalogueCommand::wrongUsageIsOneLine()
 void TestCatalogueCommand::checksACatalogue()
 {
     const QString path = m_home->write(
-        u"a.csv"_s, "Name,Version,Release date,Filename,Ignored\n\u00c9t\u00e9,v1,,a.bin,0\n");
+        u"a.csv"_s, "Name,Version,Release date,Filename,Ignored\n\u00c9t\u00e9,v1,,a.dmg,0\n");
     const Ended ended = start({u"check"_s, path});
     QCOMPARE(ended.status, 1);
     QCOMPARE(ended.err, QByteArray());

@@ -110,6 +110,14 @@ private Q_SLOTS:
     void findsNamesThatMeetInAnyOrder();
     void comparesWithThePublishedCatalogue_data();
     void comparesWithThePublishedCatalogue();
+    void countsTheEntriesThatVanished_data();
+    void countsTheEntriesThatVanished();
+    void namesSomeThatVanished();
+    void findsFilesThatChangedSincePublication_data();
+    void findsFilesThatChangedSincePublication();
+    void keepsPublishedFilesFromBeingUnnamed();
+    void warnsOfNamesThatBeginKnownOnes_data();
+    void warnsOfNamesThatBeginKnownOnes();
     void looksAtTheFiles_data();
     void looksAtTheFiles();
     void looksAtTheArchives_data();
@@ -182,7 +190,7 @@ void TestCheck::findsWhatIsWrongWithTheText_data()
             catalogue({entry("Atlas") + '\r', entry("Borealis") + '\r'})
                 .replace("Ignored\n", "Ignored\r\n"),
             {});
-    addRule("quoted fields", catalogue({"\"Atlas\", \"1.0\" ,,\"a b.bin\",\"0\""}), {});
+    addRule("quoted fields", catalogue({"\"Atlas\", \"1.0\" ,,\"a b.iso\",\"0\""}), {});
 
     // Lines that are dropped
     addRule("empty catalogue", "", {u"0 no-entry"_s});
@@ -201,8 +209,8 @@ void TestCheck::findsWhatIsWrongWithTheText_data()
             {u"2 field-split"_s});
     addRule("separator inside quotes, accepted all the same",
             "Name,Ignored,Version,Release date,Filename\n"
-            "A,0,1.0,d,\"f, g.bin\"\n",
-            {u"2 field-split"_s});
+            "A,0,1.0,d,\"f, g.iso\"\n",
+            {u"2 field-split"_s, u"2 file-ending"_s});
     addRule("quotes inside a field protect nothing and break nothing",
             catalogue({entry("A 3\" tool")}), {});
 
@@ -215,7 +223,7 @@ void TestCheck::findsWhatIsWrongWithTheText_data()
     addRule("title in other letters",
             QByteArray(header).replace("Release d", "Release D") + entry("A"),
             {u"1 header-title"_s});
-    addRule("column is missing", "Name,Version,Filename,Ignored\nA,1.0,a.bin,0\n",
+    addRule("column is missing", "Name,Version,Filename,Ignored\nA,1.0,a.iso,0\n",
             {u"1 header-column"_s});
     addRule("no Ignored: one finding for all lines",
             "Name,Version,Release date,Filename\nA,1.0,d,a.iso\nB,1.0,d,a.iso\n",
@@ -228,6 +236,18 @@ void TestCheck::findsWhatIsWrongWithTheText_data()
             {u"2 encoding"_s});
     addRule("a date in Latin-1", catalogue({"A,1.0,ao\xfbt,tool.iso,0"}), {u"2 encoding"_s});
     addRule("a surrogate in UTF-8", catalogue({entry("\xed\xa0\x80 A")}), {u"2 encoding"_s});
+    addRule("quotes doubled inside a quoted field", catalogue({entry("\"Ink \"\"6.04\"\"\"")}),
+            {u"2 field-quotes"_s});
+    addRule("quotes doubled without need", catalogue({entry("Ink \"\"6.04\"\"")}),
+            {u"2 field-quotes"_s});
+    addRule("a quote that does not close", catalogue({entry("\"Ink")}), {u"2 field-quotes"_s});
+    addRule("a quote alone", catalogue({entry("A", "1.0", "\"")}),
+            {u"2 field-quotes"_s, u"2 file-ending"_s});
+    addRule("two quoted words", catalogue({entry("\"Ink\" and \"Pen\"")}), {u"2 field-quotes"_s});
+    addRule("doubled quotes in the date", catalogue({"A,1.0,\"\"\"d\"\"\",tool.iso,0"}),
+            {u"2 field-quotes"_s});
+    addRule("an empty quoted date", catalogue({"A,1.0,\"\",tool.iso,0"}), {});
+    addRule("inches", catalogue({entry("Screen 27\"")}), {});
     addRule("a column that nobody reads, in Latin-1",
             header.trimmed() + ",Caf\xe9\n" + entry("A") + ",Caf\xe9\n", {});
     addRule("a line that is dropped, in Latin-1", catalogue({"Caf\xe9,1,d,f.iso,1", entry("B")}),
@@ -269,6 +289,9 @@ void TestCheck::findsWhatIsWrongWithTheText_data()
     addRule("a joiner between those that take none", catalogue({entry("A\u200dB")}),
             {u"2 name-unseen"_s});
     addRule("a blank of another alphabet", catalogue({entry("\u4e2d\u3000\u4e2d")}), {});
+    addRule("a bundle's ending", catalogue({entry("Ink.app"), entry("Pen.APP")}),
+            {u"2 name-app"_s, u"3 name-app"_s});
+    addRule("a slash", catalogue({entry("Ink/Pen")}), {u"2 name-slash"_s});
     addRule("the product's name by accident", catalogue({entry("My quillmere tool")}),
             {u"2 name-product"_s});
     addRule("the product itself", catalogue({entry("Quillmere")}), {});
@@ -287,6 +310,14 @@ void TestCheck::findsWhatIsWrongWithTheText_data()
     addRule("a part without digits", catalogue({entry("A", "1.beta")}), {u"2 version-text"_s});
     addRule("a bracket", catalogue({entry("A", "1.2 (34)")}), {u"2 version-text"_s});
     addRule("an empty part", catalogue({entry("A", "1..2")}), {u"2 version-text"_s});
+    addRule("a number after the bracket", catalogue({entry("A", "1.2 (3.99999999999)")}),
+            {u"2 version-text"_s});
+    addRule("blanks that the client trims", catalogue({entry("A", "\" 1.2 \"")}), {});
+    addRule("blanks before a bracket's own", catalogue({entry("A", "\" (1.2)\"")}),
+            {u"2 version-start"_s});
+    addRule("a blank inside", catalogue({entry("A", "1. 2")}), {u"2 version-text"_s});
+    addRule("digits of two scripts in one part", catalogue({entry("A", "1\u0661.2")}),
+            {u"2 version-number"_s, u"2 version-text"_s});
     addRule("a long date", catalogue({entry("A", "20260921.1530")}), {});
 
     // File names
@@ -301,11 +332,23 @@ void TestCheck::findsWhatIsWrongWithTheText_data()
     for (const char* name : {"mac/a.iso", "../a.iso", "..", ".", "/a.iso"}) {
         addRule(name, catalogue({entry("A", "1.0", name)}), {u"2 file-folder"_s});
     }
-    addRule("a name of 256 bytes", catalogue({entry("A", "1.0", QByteArray(256, 'a'))}),
+    addRule("a name of 256 bytes", catalogue({entry("A", "1.0", QByteArray(252, 'a') + ".iso")}),
             {u"2 file-long"_s});
-    addRule("128 accents are 256 bytes",
-            catalogue({entry("A", "1.0", QByteArray("\u00e9").repeated(128))}), {u"2 file-long"_s});
-    addRule("a name of 255 bytes", catalogue({entry("A", "1.0", QByteArray(255, 'a'))}), {});
+    addRule("126 accents are 252 bytes",
+            catalogue({entry("A", "1.0", QByteArray("\u00e9").repeated(126) + ".iso")}),
+            {u"2 file-long"_s});
+    addRule("a name of 255 bytes", catalogue({entry("A", "1.0", QByteArray(251, 'a') + ".iso")}),
+            {});
+    for (const char* name : {"a.dmg", "a.PKG", "a.zip", "a.tar.gz", "a.pdf", "a.mobileconfig"}) {
+        addRule(name, catalogue({entry("A", "1.0", name)}), {});
+    }
+    for (const char* name :
+         {"a.exe", "a.MSI", "a.rar", "a.deb", "a.app", "Synth", "Synth-2.5", "a.", ".dmg"}) {
+        addRule(name, catalogue({entry("A", "1.0", name)}), {u"2 file-ending"_s});
+    }
+    for (const char* name : {"a.7z", "a.bin", "Synth 2.5 final"}) {
+        addRule(name, catalogue({entry("A", "1.0", name)}), {u"2 file-ending-unknown"_s});
+    }
     addRule("blanks, brackets and dots in a name", catalogue({entry("A", "1.0", "a b (2)..iso")}),
             {});
 }
@@ -403,7 +446,7 @@ void TestCheck::comparesWithThePublishedCatalogue_data()
 
     const auto row = [](const char* what, const QByteArray& published, const QByteArray& version,
                         const QStringList& findings) {
-        QTest::newRow(what) << catalogue({published}) << version << findings;
+        QTest::newRow(what) << catalogue({published, entry("C")}) << version << findings;
     };
     row("newer", entry("A", "1.0"), "1.1", {});
     row("unchanged", entry("A", "1.0"), "1.0", {});
@@ -411,10 +454,16 @@ void TestCheck::comparesWithThePublishedCatalogue_data()
     row("a letter is not newer", entry("A", "1.0"), "1.0b",
         {u"2 version-same"_s, u"2 version-text"_s});
     row("older", entry("A", "1.10"), "1.9", {u"2 version-older"_s});
-    row("another application's version is of no account", entry("B", "9"), "1.0", {});
+    row("another application's version is of no account", entry("B"), "0.9", {});
     row("hidden until now", entry("A", "9").chopped(1) + "1\n" + entry("B"), "1.0", {});
     row("of a name listed twice the later counts", entry("A", "9") + '\n' + entry("A", "1.0"),
         "1.1", {});
+    row("raised, and its file stayed", entry("A", "1.0", "new.iso"), "1.1", {u"2 file-reused"_s});
+    row("raised in its text, and its file stayed", entry("A", "1.0", "new.iso"), "1.0.1",
+        {u"2 file-reused"_s, u"2 version-same"_s});
+    row("corrected downwards, and its file stayed", entry("A", "1.1", "new.iso"), "1.0",
+        {u"2 version-older"_s});
+    row("unchanged with its file", entry("A", "1.0", "new.iso"), "1.0", {});
 }
 
 void TestCheck::comparesWithThePublishedCatalogue()
@@ -422,9 +471,114 @@ void TestCheck::comparesWithThePublishedCatalogue()
     QFETCH(QByteArray, published);
     QFETCH(QByteArray, version);
     QFETCH(QStringList, findings);
-    QStringList result =
-        check(catalogue({entry("A", version)}), {u"--published"_s, write(u"old.csv"_s, published)});
+    QStringList result = check(catalogue({entry("A", version, "new.iso"), entry("B"), entry("C")}),
+                               {u"--published"_s, write(u"old.csv"_s, published)});
     result.sort();
+    QCOMPARE(result, findings);
+    note(findings);
+}
+
+void TestCheck::countsTheEntriesThatVanished_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QStringList>("options");
+    QTest::addColumn<QStringList>("findings");
+
+    const QByteArray all = catalogue({entry("A"), entry("B"), entry("C")});
+    const QByteArray one = catalogue({entry("A")});
+    const QStringList gone{u"0 entry-removed"_s};
+    QTest::newRow("none") << all << QStringList() << QStringList();
+    QTest::newRow("two") << one << QStringList() << gone;
+    QTest::newRow("two, one may") << one << QStringList{u"--removes"_s, u"1"_s} << gone;
+    QTest::newRow("two, two may") << one << QStringList{u"--removes"_s, u"2"_s} << QStringList();
+    QTest::newRow("hidden on purpose")
+        << catalogue({entry("A"), entry("B").chopped(1) + '1', entry("C").chopped(1) + '1'})
+        << QStringList() << QStringList{u"3 dropped-hidden"_s, u"4 dropped-hidden"_s};
+    QTest::newRow("renamed") << catalogue({entry("A"), entry("B"), entry("D")}) << QStringList()
+                             << gone;
+}
+
+void TestCheck::countsTheEntriesThatVanished()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(QStringList, options);
+    QFETCH(QStringList, findings);
+    const QString old = write(
+        u"old.csv"_s, catalogue({entry("A"), entry("B"), entry("C"), entry("H").chopped(1) + '1'}));
+    QCOMPARE(check(text, options + QStringList{u"--published"_s, old}), findings);
+    note(findings);
+}
+
+void TestCheck::namesSomeThatVanished()
+{
+    const QString old = write(
+        u"old.csv"_s, catalogue({entry("D"), entry("C"), entry("B"), entry("E"), entry("A")}));
+    const QString path = write(u"catalogue.csv"_s, catalogue({entry("A")}));
+    const QString out = run(runCheck, {u"check"_s, path, u"--published"_s, old}).out;
+    const QString told =
+        path + ":0: error: 4 published entries are gone: 'B', 'C', 'D' and 1 more. "_L1;
+    QVERIFY2(out.startsWith(told), qUtf8Printable(out));
+}
+
+void TestCheck::findsFilesThatChangedSincePublication_data()
+{
+    QTest::addColumn<int>("seconds");
+    QTest::addColumn<QStringList>("findings");
+
+    QTest::newRow("older than the published catalogue") << -10 << QStringList();
+    QTest::newRow("newer") << 10 << QStringList{u"2 file-changed"_s};
+}
+
+void TestCheck::findsFilesThatChangedSincePublication()
+{
+    QFETCH(int, seconds);
+    QFETCH(QStringList, findings);
+    const QString old = write(u"old.csv"_s, catalogue({entry("A"), entry("N", "1.0", "old.iso")}));
+    for (const QString& name : {u"tool.iso"_s, u"new.iso"_s}) {
+        QFile file(write("soft/"_L1 + name, "x"));
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        QVERIFY(file.setFileTime(QFileInfo(old).lastModified().addSecs(seconds),
+                                 QFileDevice::FileModificationTime));
+    }
+    QCOMPARE(check(catalogue({entry("A"), entry("N", "1.1", "new.iso")}),
+                   {u"--published"_s, old, u"--files"_s, m_home->path() + "/soft"_L1}),
+             findings);
+    note(findings);
+}
+
+void TestCheck::keepsPublishedFilesFromBeingUnnamed()
+{
+    write(u"soft/new.iso"_s, "x");
+    write(u"soft/tool.iso"_s, "x");
+    const QString old = write(u"old.csv"_s, catalogue({entry("A")}));
+    const QString path = write(u"catalogue.csv"_s, catalogue({entry("A", "1.1", "new.iso")}));
+    const QStringList arguments{u"check"_s, path, u"--strict"_s, u"--files"_s,
+                                m_home->path() + "/soft"_L1};
+    QCOMPARE(run(runCheck, arguments).status, 1);
+    QCOMPARE(run(runCheck, arguments + QStringList{u"--published"_s, old}).out, QString());
+}
+
+void TestCheck::warnsOfNamesThatBeginKnownOnes_data()
+{
+    QTest::addColumn<QByteArray>("known");
+    QTest::addColumn<QStringList>("findings");
+
+    const QStringList warned{u"2 name-known"_s};
+    QTest::newRow("another product") << QByteArray("Synth Pro\n") << warned;
+    QTest::newRow("as a bundle's path") << QByteArray("/Applications/Synthesis.app\r\n") << warned;
+    QTest::newRow("the product itself") << QByteArray("Synth\n\nSynth.app\n") << QStringList();
+    QTest::newRow("a version of it") << QByteArray("Synth 2\nSynth 3.1\n") << QStringList();
+    QTest::newRow("an entry of its own") << QByteArray("Synth Lite\n") << QStringList();
+    QTest::newRow("other letters") << QByteArray("synthesis\nMy Synth Pro\n") << QStringList();
+}
+
+void TestCheck::warnsOfNamesThatBeginKnownOnes()
+{
+    QFETCH(QByteArray, known);
+    QFETCH(QStringList, findings);
+    QStringList result = check(catalogue({entry("Synth"), entry("Synth Lite")}),
+                               {u"--known"_s, write(u"names.txt"_s, known)});
+    QCOMPARE(result.takeFirst(), u"2 name-prefix"_s); // with or without them
     QCOMPARE(result, findings);
     note(findings);
 }
@@ -513,6 +667,8 @@ void TestCheck::looksAtTheArchives_data()
     row("the bundle's version, as the client compares", bundleZip(plist("1.0.7 (77)")), {});
     row("an older bundle", bundleZip(plist("0.9")), {u"2 bundle-version"_s});
     row("a newer bundle", bundleZip(plist("1.1")), {u"2 bundle-version"_s});
+    row("a bundle whose version begins with a word", bundleZip(plist("Release 1.0")),
+        {u"2 bundle-word"_s});
     row("a bundle without a version", bundleZip("<plist/>"), {u"2 bundle-version"_s});
     row("a binary property list, without plutil", bundleZip("bplist00..."), {u"2 bundle-unread"_s});
 }
@@ -541,7 +697,8 @@ void TestCheck::comparesTheItemWithThePreviousRelease_data()
                                  << QStringList{u"2 archive-same-item"_s};
     QTest::newRow("named for its version")
         << zipOf({"Tool 1.pkg"}) << u"tool-1.zip"_s << QStringList();
-    QTest::newRow("the same archive") << QByteArray() << u"tool-2.zip"_s << QStringList();
+    QTest::newRow("the same archive")
+        << QByteArray() << u"tool-2.zip"_s << QStringList{u"2 file-reused"_s};
 }
 
 void TestCheck::comparesTheItemWithThePreviousRelease()
@@ -554,9 +711,9 @@ void TestCheck::comparesTheItemWithThePreviousRelease()
     }
     write(u"soft/tool-2.zip"_s, zipOf({"Tool 2.pkg"}));
     const QString old = write(u"old.csv"_s, catalogue({entry("A", "1.0", formerFile.toUtf8())}));
-    QStringList result = check(catalogue({entry("A", "2.0", "tool-2.zip")}),
-                               {u"--files"_s, m_home->path() + "/soft"_L1, u"--published"_s, old});
-    result.removeAll("tool-1.zip file-unnamed"_L1);
+    const QStringList result =
+        check(catalogue({entry("A", "2.0", "tool-2.zip")}),
+              {u"--files"_s, m_home->path() + "/soft"_L1, u"--published"_s, old});
     QCOMPARE(result, findings);
     note(findings);
 }
@@ -774,6 +931,14 @@ void TestCheck::unreadableInputIsTold_data()
         "';'"_s);
     row("published: no entry", {good, u"--published"_s, u"HOME/hidden.csv"_s},
         u"cannot compare with HOME/hidden.csv: no line of it is a valid entry"_s);
+    row("no known name", {good, u"--known"_s, u"HOME/empty.csv"_s},
+        u"HOME/empty.csv holds no name"_s);
+    row("no file of known names", {good, u"--known"_s, u"HOME/none"_s},
+        u"cannot read HOME/none: No such file or directory"_s);
+    row("no number", {good, u"--removes"_s, u"many"_s},
+        u"--removes wants a number, not 'many' (try --help)"_s);
+    row("a negative number", {good, u"--removes=-1"_s},
+        u"--removes wants a number, not '-1' (try --help)"_s);
     row("published: no version", {good, u"--published"_s, u"HOME/bare.csv"_s},
         u"cannot compare with HOME/bare.csv: no entry of it has a version"_s);
     row("wrong usage", {good, u"b.csv"_s}, u"unexpected argument 'b.csv' (try --help)"_s);

@@ -95,6 +95,12 @@ Finding comparedVersions(const QString& bundle, const QString& version,
     if (order == 0) {
         return {};
     }
+    const bool hasNumber =
+        std::any_of(version.cbegin(), version.cend(), [](QChar c) { return c.isDigit(); });
+    if (!hasNumber) {
+        return {u"bundle-word"_s,
+                u"of the version of %1 the client keeps %2"_s.arg(quoted(bundle), quoted(version))};
+    }
     return {u"bundle-version"_s,
             u"%1 has version %2, which is %3 than the catalogue's %4"_s.arg(
                 quoted(bundle), quoted(version), order < 0 ? u"older"_s : u"newer"_s,

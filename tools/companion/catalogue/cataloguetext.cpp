@@ -154,11 +154,14 @@ CatalogueText readCatalogue(const QByteArray& bytes, const QString& separator, R
                                  format.value(line, Column::fileName)});
             if (const QString field = splitField(line, separator); !field.isEmpty()) {
                 reportSplitField(number, field, report);
+            } else {
+                checkQuotes(number, line, format, report);
             }
-            checkFields(number, line, format, report);
+            checkEncoding(number, line, format, report);
         } else if (hasIgnored) { // else the header's finding tells of every line
             reportDropped(number, line, separator, format, report);
             if (format.value(line, Column::ignored) == "1"_L1) {
+                text.hiddenNames.append(format.name(line));
                 text.hiddenFiles.append(format.value(line, Column::fileName));
             }
         }

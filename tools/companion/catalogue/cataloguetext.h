@@ -18,7 +18,8 @@ struct CatalogueEntry
 struct CatalogueText
 {
     QList<CatalogueEntry> entries; ///< in file order; a name listed twice stays twice
-    QStringList hiddenFiles;       ///< the files of lines whose "Ignored" is 1
+    QStringList hiddenNames;       ///< those of lines whose "Ignored" is 1
+    QStringList hiddenFiles;       ///< their files
 };
 
 /// Reads a catalogue as the client does, and reports the lines that it drops.

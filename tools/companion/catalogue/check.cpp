@@ -1,8 +1,10 @@
 #include "companion/catalogue/check.h"
 
 #include "companion/catalogue/filerules.h"
+#include "companion/catalogue/knownnames.h"
 #include "companion/catalogue/namerules.h"
 #include "companion/catalogue/published.h"
+#include "companion/catalogue/publishedrules.h"
 #include "companion/catalogue/versionrules.h"
 #include "companion/report/commandline.h"
 #include "companion/report/rules.h"
@@ -16,6 +18,8 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 const QString filesName = u"files"_s;
+const QString knownName = u"known"_s;
+const QString removesName = u"removes"_s;
 const QString listRulesName = u"list-rules"_s;
 
 void describe(CommandLine& line)
@@ -24,6 +28,9 @@ void describe(CommandLine& line)
     line.addShared(CommandLine::Separator | CommandLine::Published | CommandLine::Strict |
                    CommandLine::Json);
     line.addPlace(filesName, u"Check the installers in <FOLDER> too."_s, u"FOLDER"_s);
+    line.addPlace(knownName, u"Compare with the names of bundles in <NAMES>, one a line."_s,
+                  u"NAMES"_s);
+    line.addNumber(removesName, u"Let <N> published entries be gone, none by default."_s, u"N"_s);
     line.addEnd(listRulesName, u"Explain every rule and end."_s);
 }
 
@@ -47,8 +54,10 @@ struct CheckTask
     QByteArray catalogue;
     QString separator;
     Published published;
-    QString folder; ///< the installers'; empty when they are not checked
-    QString error;  ///< why nothing can be checked; empty when something can
+    qsizetype mayGo = 0; ///< how many of its entries may be gone
+    QStringList known;   ///< names of bundles that others have
+    QString folder;      ///< the installers'; empty when they are not checked
+    QString error;       ///< why nothing can be checked; empty when something can
 };
 
 CheckTask taskOf(const CommandLine& line)
@@ -68,6 +77,15 @@ CheckTask taskOf(const CommandLine& line)
         task.published = readPublished(line.published(), task.separator);
         task.error = task.published.error;
     }
+    task.mayGo = line.number(removesName);
+    if (task.error.isEmpty() && line.isSet(knownName)) {
+        const Source known = readSource(line.value(knownName));
+        task.error = known.error;
+        task.known = readKnownNames(known.bytes);
+        if (task.error.isEmpty() && task.known.isEmpty()) {
+            task.error = u"%1 holds no name"_s.arg(line.value(knownName));
+        }
+    }
     return task;
 }
 
@@ -75,9 +93,10 @@ QList<Finding> findingsOf(const CheckTask& task, QTextStream& progress)
 {
     Report report(task.place);
     const CatalogueText text = checkCatalogue(task.catalogue, task.separator, report);
-    checkAgainstPublished(text.entries, task.published.text.entries, report);
+    checkAgainstPublished(text, task.published.text.entries, task.mayGo, report);
+    checkKnownNames(text.entries, task.known, report);
     if (!task.folder.isEmpty()) {
-        checkFiles(text, task.folder, task.published.text.entries, report, progress);
+        checkFiles(text, task.folder, task.published, report, progress);
     }
     return report.findings();
 }

@@ -1,10 +1,12 @@
 #include "companion/catalogue/filerules.h"
 
 #include "companion/archive/archiverules.h"
+#include "companion/catalogue/fileending.h"
 #include "companion/catalogue/filetype.h"
 #include "companion/report/texttable.h"
 #include "install/downloadtarget.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
 #include <QSet>
@@ -61,12 +63,29 @@ bool checkFileName(const CatalogueEntry& entry, Report& report)
     return isFit;
 }
 
+void checkEnding(const CatalogueEntry& entry, Report& report)
+{
+    switch (fileEnding(entry.fileName)) {
+    case FileEnding::Opened:
+        break;
+    case FileEnding::Unknown:
+        report.add(entry.line, u"file-ending-unknown"_s,
+                   u"%1 ends in nothing that every Mac opens"_s.arg(quoted(entry.fileName)));
+        break;
+    case FileEnding::Foreign:
+        report.add(entry.line, u"file-ending"_s,
+                   u"%1 ends in nothing that a Mac opens"_s.arg(quoted(entry.fileName)));
+        break;
+    }
+}
+
 /// The files of one folder, and what is wrong with them.
 class FileCheck
 {
 public:
-    FileCheck(const QString& folder, const QList<CatalogueEntry>& published, Report& report)
+    FileCheck(const QString& folder, const Published& published, Report& report)
         : m_folder(folder)
+        , m_publication(published.changed)
         , m_report(report)
     {
         const QStringList names = m_folder.entryList(QDir::Files);
@@ -74,8 +93,9 @@ public:
         for (const QString& name : names) {
             m_spellings.insert(name.toCaseFolded(), name);
         }
-        for (const CatalogueEntry& entry : published) {
+        for (const CatalogueEntry& entry : published.text.entries) {
             m_formerFiles.insert(entry.name, entry.fileName);
+            m_publishedFiles.insert(entry.fileName);
         }
     }
 
@@ -86,6 +106,7 @@ public:
         }
         const QString path = m_folder.filePath(entry.fileName);
         const QFileInfo file(path);
+        checkAge(entry, file);
         if (file.size() == 0) {
             m_report.add(entry.line, u"file-empty"_s, u"%1 is empty"_s.arg(shown(entry)));
         } else if (!file.isReadable()) {
@@ -100,6 +121,7 @@ public:
     void reportUnnamed(const QStringList& alsoNamed)
     {
         QSet<QString> unnamed = m_names - m_named;
+        unnamed -= m_publishedFiles; // windows that hold the published catalogue ask for them
         unnamed -= QSet<QString>(alsoNamed.cbegin(), alsoNamed.cend());
         QStringList names = unnamed.values();
         names.sort();
@@ -111,6 +133,16 @@ public:
 
 private:
     static QString shown(const CatalogueEntry& entry) { return quoted(entry.fileName); }
+
+    void checkAge(const CatalogueEntry& entry, const QFileInfo& file)
+    {
+        if (m_publication.isValid() && m_publishedFiles.contains(entry.fileName) &&
+            file.lastModified() > m_publication) {
+            m_report.add(
+                entry.line, u"file-changed"_s,
+                u"%1 is newer than the published catalogue that names it"_s.arg(shown(entry)));
+        }
+    }
 
     bool exists(const CatalogueEntry& entry)
     {
@@ -146,9 +178,11 @@ private:
     }
 
     QDir m_folder;
+    QDateTime m_publication; ///< when the published catalogue was written; invalid if unknown
     QSet<QString> m_names;
     QHash<QString, QString> m_spellings;   ///< by their folded letters
     QHash<QString, QString> m_formerFiles; ///< by the names of published entries
+    QSet<QString> m_publishedFiles;
     QSet<QString> m_named;
     Report& m_report;
 };
@@ -158,12 +192,14 @@ private:
 void checkFileNames(const QList<CatalogueEntry>& entries, Report& report)
 {
     for (const CatalogueEntry& entry : entries) {
-        checkFileName(entry, report);
+        if (checkFileName(entry, report)) {
+            checkEnding(entry, report);
+        }
     }
 }
 
-void checkFiles(const CatalogueText& text, const QString& folder,
-                const QList<CatalogueEntry>& published, Report& report, QTextStream& progress)
+void checkFiles(const CatalogueText& text, const QString& folder, const Published& published,
+                Report& report, QTextStream& progress)
 {
     FileCheck check(folder, published, report);
     qsizetype count = 0;

@@ -85,6 +85,12 @@ void checkName(const CatalogueEntry& entry, Report& report)
         report.add(entry.line, u"name-blanks"_s,
                    u"%1 begins or ends with a blank"_s.arg(quoted(name)));
     }
+    if (name.endsWith(".app"_L1, Qt::CaseInsensitive)) {
+        report.add(entry.line, u"name-app"_s, u"%1 ends in \".app\""_s.arg(quoted(name)));
+    }
+    if (name.contains(u'/')) {
+        report.add(entry.line, u"name-slash"_s, u"%1 holds \"/\""_s.arg(quoted(name)));
+    }
     checkUnseen(entry, report);
     if (!isAscii(name)) {
         checkAccents(entry, report);

@@ -3,6 +3,8 @@
 #include "companion/catalogue/filetype.h"
 #include "companion/report/source.h"
 
+#include <QFileInfo>
+
 #include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
@@ -40,10 +42,14 @@ Published readPublished(const QString& place, const QString& separator)
 {
     const Source source = readSource(place);
     if (!source.error.isEmpty()) {
-        return {{}, source.error};
+        return {{}, {}, source.error};
     }
     Report report(place);
-    Published published{readCatalogue(source.bytes, separator, report), {}};
+    Published published;
+    published.text = readCatalogue(source.bytes, separator, report);
+    if (!isWebAddress(place)) {
+        published.changed = QFileInfo(place).lastModified();
+    }
     if (const QString why = uselessness(source.bytes, published.text, report.findings());
         !why.isEmpty()) {
         published.error = u"cannot compare with %1: %2"_s.arg(place, why);

@@ -1,6 +1,7 @@
 #include "companion/report/commandline.h"
 
 #include "app/buildinfo.h"
+#include "companion/report/texttable.h"
 
 #include <QTextStream>
 
@@ -72,6 +73,12 @@ void CommandLine::addPlace(const QString& name, const QString& description, cons
     m_valued.append(name);
 }
 
+void CommandLine::addNumber(const QString& name, const QString& description, const QString& value)
+{
+    addPlace(name, description, value);
+    m_numbers.append(name);
+}
+
 std::optional<int> CommandLine::read(const QStringList& arguments, QTextStream& out,
                                      QTextStream& err)
 {
@@ -117,6 +124,15 @@ QString CommandLine::problem() const
             return u"--%1 is empty"_s.arg(option);
         }
     }
+    for (const QString& option : m_numbers) {
+        bool isNumber = true;
+        if (isSet(option)) {
+            value(option).toUInt(&isNumber);
+        }
+        if (!isNumber) {
+            return u"--%1 wants a number, not %2"_s.arg(option, quoted(value(option)));
+        }
+    }
     return {};
 }
 
@@ -133,6 +149,11 @@ QString CommandLine::helpText() const
     const qsizetype syntax = text.indexOf(" [options]"_L1);
     return u"Usage: "_s + companionName() + u' ' + m_name + u' ' + text.sliced(syntax).trimmed() +
            u'\n';
+}
+
+qsizetype CommandLine::number(const QString& option) const
+{
+    return qsizetype(value(option).toUInt());
 }
 
 QString CommandLine::separator() const

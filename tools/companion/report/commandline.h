@@ -48,6 +48,8 @@ public:
     void addEnd(const QString& name, const QString& description);
     /// An option with a value that names a file or a folder, called @p value in the help.
     void addPlace(const QString& name, const QString& description, const QString& value);
+    /// An option with a number that is not negative, called @p value in the help.
+    void addNumber(const QString& name, const QString& description, const QString& value);
 
     /// Reads @p arguments, the command's name first. Where they ask for help or are wrong, that is
     /// answered on @p out or, in one line, on @p err, and the command ends with the ExitStatus
@@ -61,6 +63,8 @@ public:
     [[nodiscard]] bool isSet(const QString& option) const { return m_parser.isSet(option); }
     /// The value of an option; empty, as it cannot be where the option is given, where it is not.
     [[nodiscard]] QString value(const QString& option) const { return m_parser.value(option); }
+    /// The number of an option of addNumber(); 0 where it is not given.
+    [[nodiscard]] qsizetype number(const QString& option) const;
 
     /// What stands between a catalogue's fields; never empty.
     [[nodiscard]] QString separator() const;
@@ -78,8 +82,9 @@ private:
 
     QString m_name;
     QCommandLineParser m_parser;
-    QStringList m_ends;   ///< the options of addEnd()
-    QStringList m_valued; ///< the options whose value must not be empty
+    QStringList m_ends;    ///< the options of addEnd()
+    QStringList m_valued;  ///< the options whose value must not be empty
+    QStringList m_numbers; ///< the options of addNumber()
     bool m_isRepeated = false;
 };
 

@@ -42,6 +42,12 @@ QList<Rule> lineRules()
         {u"field-split"_s, Severity::Error, u"A quoted field holds the separator."_s,
          u"The client splits it all the same, and what follows moves one column to the right."_s,
          u"Take the separator out of the field, or use another one for the whole file."_s},
+        {u"field-quotes"_s, Severity::Error,
+         u"A field holds doubled quotes, or one without a partner."_s,
+         u"The client removes one quote at each end of a quoted field and keeps all others, "
+         u"doubled "
+         "or not."_s,
+         u"Take the quotes out of the field."_s},
         {u"encoding"_s, Severity::Error, u"A field has bytes that are no UTF-8."_s,
          u"The client reads another character in their place: a name so written finds no "
          "application, a file so named is not on the server."_s,
@@ -86,6 +92,21 @@ QList<Rule> nameRules()
          u"The client compares names character by character: no application is found whose name "
          "only looks the same."_s,
          u"Type the name anew."_s},
+        {u"name-app"_s, Severity::Error, u"A name ends in \".app\"."_s,
+         u"The client compares with the names of bundles without it: the application is never "
+         "found."_s,
+         u"Remove \".app\"."_s},
+        {u"name-slash"_s, Severity::Error, u"A name holds \"/\"."_s,
+         u"Where the Finder shows \"/\", the bundle's name on the disk, which the client compares "
+         "with, has \":\". The application is never found."_s,
+         u"Write \":\" for \"/\"."_s},
+        {u"name-known"_s, Severity::Warning, u"A name begins the name of another known product."_s,
+         u"The client takes an installed name that begins with the entry's when it is the only "
+         u"one: "
+         "on a machine with that product alone the row stands for it, with its version."_s,
+         u"Nothing in the catalogue prevents that; an entry for the other product shows users "
+         u"both. "
+         "See by preview what a machine with it gets."_s},
         {u"name-product"_s, Severity::Warning,
          u"A name holds \"%1\" without being it."_s.arg(product),
          u"The client takes the entry for its own update: it asks to restart, and quits when the "
@@ -104,7 +125,8 @@ QList<Rule> versionRules()
         {u"version-start"_s, Severity::Error, u"A version does not start with a digit."_s,
          u"The client takes its first part for 0, so that every installed version is newer."_s,
          u"Write the number alone, without \"v\" or a word before it."_s},
-        {u"version-number"_s, Severity::Error, u"A part of a version is above 2147483647."_s,
+        {u"version-number"_s, Severity::Error,
+         u"A part of a version is above 2147483647, or has digits of another script."_s,
          u"The client takes that part for 0."_s, u"Shorten the part, or split it by dots."_s},
         {u"version-text"_s, Severity::Warning,
          u"A version holds letters or a bracket, which are not compared."_s,
@@ -113,12 +135,23 @@ QList<Rule> versionRules()
          u"Write what tells two releases apart as a number of its own."_s},
         {u"version-same"_s, Severity::Error,
          u"A version differs from the published one in its text alone."_s,
-         u"The client finds both equal: no user of the published version ever sees the new one."_s,
-         u"Raise a number that both versions have."_s},
+         u"The client compares as many numbers as both versions have, and finds them equal: nobody "
+         "whose application says the published version is told of the new one."_s,
+         u"The catalogue cannot tell them: a version that is higher than the bundle's own keeps "
+         u"the "
+         "row red for whoever has installed it. Of your own application, release one that is "
+         "higher "
+         "in a number that both have; of another's, wait for such a release, or tell your users by "
+         "other ways, and accept the finding."_s},
         {u"version-older"_s, Severity::Error, u"A version is older than the published one."_s,
          u"Every user who has the published version is told that theirs is newer than the "
          "catalogue's."_s,
          u"Correct the version, unless a release is to be withdrawn."_s},
+        {u"entry-removed"_s, Severity::Error, u"Published entries are gone."_s,
+         u"Their rows vanish from every user's window."_s,
+         u"Put them back; if they are to go, set their \"Ignored\" to 1, or say by --removes how "
+         u"many "
+         "may go."_s},
     };
 }
 
@@ -142,6 +175,25 @@ QList<Rule> fileRules()
          u"Put the file into the folder behind the soft path itself."_s},
         {u"file-long"_s, Severity::Error, u"A file name is longer than 255 bytes."_s,
          u"The client cannot write a file of that name."_s, u"Shorten the name."_s},
+        {u"file-ending"_s, Severity::Error, u"A file name has another system's ending, or none."_s,
+         u"The client hands the file to the desktop, which opens it with nothing."_s,
+         u"Publish a .dmg, a .pkg or a .zip."_s},
+        {u"file-ending-unknown"_s, Severity::Warning,
+         u"A file name has an ending that not every Mac opens."_s,
+         u"The client hands the file to the desktop: where no application for it is installed, "
+         "nothing opens."_s,
+         u"Publish a .dmg, a .pkg or a .zip, unless every user has what opens the file."_s},
+        {u"file-reused"_s, Severity::Error,
+         u"A version was raised, and its file name is the published one."_s,
+         u"Whoever kept the former file goes on giving it out, and a window that still shows the "
+         "former version gets the new file."_s,
+         u"Name the file for its version, and copy it beside the former one. If it is the same "
+         u"file "
+         "and only its version was wrong, accept the finding."_s},
+        {u"file-changed"_s, Severity::Warning,
+         u"A file is newer than the published catalogue that names it."_s,
+         u"If its content changed, whoever kept the former one goes on giving it out."_s,
+         u"Give changed files new names. If only its time changed, copy files with their times."_s},
         {u"file-missing"_s, Severity::Error, u"The file is not there, or cannot be read."_s,
          u"The user's download ends with the server's error."_s,
          u"Copy the file there before the catalogue is published."_s},
@@ -204,6 +256,11 @@ QList<Rule> archiveRules()
          u"Whoever installs it is told the same again: an update is available, for ever, or theirs "
          "is newer."_s,
          u"Write the bundle's version into the catalogue, or pack the right bundle."_s},
+        {u"bundle-word"_s, Severity::Error, u"A bundle's version begins with a word."_s,
+         u"The client keeps the word alone and takes it for 0: whoever installs the bundle is told "
+         "for ever that an update is available."_s,
+         u"Ask the maker for a version that begins with a number. Until then 0 as the catalogue's "
+         "version keeps the row green, and tells of no update."_s},
         {u"bundle-unread"_s, Severity::Note, u"The bundle's version could not be read here."_s,
          u"The client asks plutil where the property list is no XML text."_s,
          u"Run this check on a Mac."_s},
