@@ -36,6 +36,10 @@ private Q_SLOTS:
     void wrongUsageIsOneLine();
     void checksACatalogue();
     void saysNothingOfWhatTheClientLogs();
+    void writesNothingUnescaped();
+    void outputThatCannotBeWrittenIsAnError_data();
+    void outputThatCannotBeWrittenIsAnError();
+    void readsStandardInput();
     void needsNoDisplay();
 
 private:
@@ -160,6 +164,69 @@ void TestCatalogueCommand::saysNothingOfWhatTheClientLogs()
         ended.err.startsWith("quillmere-catalogue check: cannot read http://127.0.0.1:1/a.csv: "),
         ended.err.constData());
     QVERIFY(!QFileInfo::exists(m_home->userFolder()));
+}
+
+void TestCatalogueCommand::writesNothingUnescaped()
+{
+    // Names as a server or a colleague can choose them.
+    const QString forged = u"x\nc.csv:2: error: forged\u202e"_s;
+    m_home->write("soft/"_L1 + forged, "x");
+    const QString path = m_home->write(
+        u"a\x1b.csv"_s, "Name,Version,Release date,Filename,Ignored\nA,v1,,a.iso,0\n");
+    const QStringList arguments{u"check"_s, path, u"--files"_s, m_home->path() + "/soft"_L1};
+    const QStringList none{u"check"_s, path + u'\x1b', u"--json"_s};
+    for (const Ended& ended : {start(arguments), start(arguments + QStringList{u"--json"_s}),
+                               start(none), start({u"explain"_s, path}), start({forged}),
+                               start({u"check"_s, u"--a\nb"_s}), start({u"archive"_s, path})}) {
+        const QByteArray all = ended.out + ended.err;
+        QVERIFY2(!all.contains('\x1b') && !all.contains("\u202e") && !all.contains("\nc.csv:2"),
+                 all.constData());
+        QVERIFY(!all.isEmpty());
+    }
+}
+
+void TestCatalogueCommand::outputThatCannotBeWrittenIsAnError_data()
+{
+    QTest::addColumn<QString>("arguments");
+    QTest::addColumn<QString>("redirection");
+    QTest::addColumn<QByteArray>("reason");
+
+    for (const char* arguments : {"check --list-rules", "--help", "check --help", "--version"}) {
+        const QString line = QString::fromLatin1(arguments);
+        QTest::addRow("full: %s", arguments)
+            << line << u">/dev/full"_s << QByteArray("No space left on device");
+        QTest::addRow("closed: %s", arguments)
+            << line << u">&-"_s << QByteArray("Bad file descriptor");
+    }
+}
+
+void TestCatalogueCommand::outputThatCannotBeWrittenIsAnError()
+{
+    QFETCH(QString, arguments);
+    QFETCH(QString, redirection);
+    QFETCH(QByteArray, reason);
+    if (!QFileInfo::exists(u"/dev/full"_s)) {
+        QSKIP("this system has no file that is always full");
+    }
+    QProcess shell;
+    shell.start(u"/bin/sh"_s, {u"-c"_s, QStringLiteral(QUILLMERE_CATALOGUE) + u' ' + arguments +
+                                            u' ' + redirection});
+    QVERIFY(shell.waitForFinished(60'000));
+    QCOMPARE(shell.readAllStandardError(),
+             "quillmere-catalogue: cannot write the output: " + reason + '\n');
+    QCOMPARE(shell.exitCode(), 2);
+}
+
+void TestCatalogueCommand::readsStandardInput()
+{
+    QProcess process;
+    process.start(QStringLiteral(QUILLMERE_CATALOGUE), {u"check"_s, u"-"_s});
+    process.write("Name,Version,Release date,Filename,Ignored\nA,v1,,a.dmg,0\n");
+    process.closeWriteChannel();
+    QVERIFY(process.waitForFinished(60'000));
+    QCOMPARE(process.exitCode(), 1);
+    const QByteArray out = process.readAllStandardOutput();
+    QVERIFY2(out.startsWith("(standard input):2: error: 'v1' does not start"), out.constData());
 }
 
 void TestCatalogueCommand::needsNoDisplay()

@@ -931,6 +931,11 @@ void TestCheck::unreadableInputIsTold_data()
         "';'"_s);
     row("published: no entry", {good, u"--published"_s, u"HOME/hidden.csv"_s},
         u"cannot compare with HOME/hidden.csv: no line of it is a valid entry"_s);
+    row("endless", {u"/dev/zero"_s}, u"cannot read /dev/zero: is larger than 64 MB"_s);
+    row("a huge catalogue", {u"HOME/huge.csv"_s},
+        u"cannot read HOME/huge.csv: is larger than 64 MB"_s);
+    row("standard input twice", {u"-"_s, u"--published"_s, u"-"_s},
+        u"standard input can be read once only (try --help)"_s);
     row("no known name", {good, u"--known"_s, u"HOME/empty.csv"_s},
         u"HOME/empty.csv holds no name"_s);
     row("no file of known names", {good, u"--known"_s, u"HOME/none"_s},
@@ -958,6 +963,7 @@ void TestCheck::unreadableInputIsTold()
     write(u"good.csv"_s, catalogue({entry("A")}));
     write(u"empty.csv"_s, {});
     write(u"login.csv"_s, webPage);
+    QVERIFY(QFile::resize(write(u"huge.csv"_s, {}), 65 << 20)); // takes no room on the disk
     write(u"other.csv"_s, catalogue({entry("A")}).replace(',', ';'));
     write(u"hidden.csv"_s, catalogue({entry("A").chopped(1) + '1'}));
     write(u"bare.csv"_s, "Name,Filename,Ignored\nA,a.iso,0\n");

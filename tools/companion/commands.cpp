@@ -6,6 +6,7 @@
 #include "companion/log/explain.h"
 #include "companion/preview/preview.h"
 #include "companion/report/commandline.h"
+#include "companion/report/texttable.h"
 
 #include <QTextStream>
 
@@ -62,7 +63,7 @@ int runCommand(const QStringList& arguments, QTextStream& out, QTextStream& err)
         }
     }
     err << companionName() << ": "
-        << (name.isEmpty() ? u"a command is missing"_s : u"unknown command '%1'"_s.arg(name))
+        << (name.isEmpty() ? u"a command is missing"_s : u"unknown command "_s + quoted(name))
         << " (try --help)\n";
     return Unusable;
 }

@@ -1,7 +1,18 @@
 #include "companion/commands.h"
+#include "companion/report/commandline.h"
 
 #include <QCoreApplication>
 #include <QTextStream>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
@@ -16,13 +27,39 @@ void sayOnlyTrouble(QtMsgType type, const QMessageLogContext&, const QString& te
     }
 }
 
+bool isClosed(int descriptor)
+{
+    return ::fcntl(descriptor, F_GETFD) == -1;
+}
+
+int sayUnwritable(QTextStream& err, int reason)
+{
+    err << companionName() << ": cannot write the output"
+        << (reason != 0 ? ": "_L1 + QString::fromLocal8Bit(std::strerror(reason)) : QString())
+        << Qt::endl;
+    return Unusable;
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
 {
+    // Asked first: whatever is opened next takes a closed one's place.
+    const bool isOutputClosed = isClosed(STDOUT_FILENO);
     const QCoreApplication application(argc, argv);
     qInstallMessageHandler(sayOnlyTrouble);
     QTextStream out(stdout);
     QTextStream err(stderr);
-    return runCommand(QCoreApplication::arguments().sliced(1), out, err);
+    if (isOutputClosed) {
+        return sayUnwritable(err, EBADF);
+    }
+    // Whoever reads the output may end first: that is a failed write, and not this program's end.
+    std::signal(SIGPIPE, SIG_IGN);
+    const int status = runCommand(QCoreApplication::arguments().sliced(1), out, err);
+    errno = 0;
+    out.flush();
+    if (out.status() != QTextStream::Ok || std::fflush(stdout) != 0) {
+        return sayUnwritable(err, errno);
+    }
+    return status;
 }

@@ -116,7 +116,7 @@ void writeChoice(const ArchiveReport& report, const QString& processor, QTextStr
 
 void writeReport(const ArchiveReport& report, QTextStream& out)
 {
-    out << report.file << '\n';
+    out << printable(report.file) << '\n';
     for (const QString& processor : processors()) {
         writeChoice(report, processor, out);
     }
@@ -161,7 +161,7 @@ void write(const QList<ArchiveReport>& reports, bool asJson, QTextStream& out)
         for (const ArchiveReport& report : reports) {
             array.append(toJson(report));
         }
-        out << QJsonDocument(array).toJson();
+        out << printableJson(QJsonDocument(array).toJson());
         return;
     }
     for (const ArchiveReport& report : reports) {
@@ -193,7 +193,7 @@ int runArchive(const QStringList& arguments, QTextStream& out, QTextStream& err)
     bool hasFailed = false;
     for (const QString& file : files) {
         if (files.size() > 1) {
-            err << "reading " << file << Qt::endl;
+            err << "reading " << printable(file) << Qt::endl;
         }
         reports.append(examine(file, previous));
         hasFailed = isFailure(reports.constLast().findings, line.isStrict()) || hasFailed;

@@ -91,7 +91,7 @@ CheckTask taskOf(const CommandLine& line)
 
 QList<Finding> findingsOf(const CheckTask& task, QTextStream& progress)
 {
-    Report report(task.place);
+    Report report(shownPlace(task.place));
     const CatalogueText text = checkCatalogue(task.catalogue, task.separator, report);
     checkAgainstPublished(text, task.published.text.entries, task.mayGo, report);
     checkKnownNames(text.entries, task.known, report);

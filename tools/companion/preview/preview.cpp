@@ -138,7 +138,7 @@ void writeRowsAsJson(const QList<PreviewRow>& rows, QTextStream& out)
     for (const PreviewRow& row : rows) {
         array.append(jsonRow(row));
     }
-    out << QJsonDocument(array).toJson();
+    out << printableJson(QJsonDocument(array).toJson());
 }
 
 void writeDifferenceAsJson(const PreviewDifference& difference, QTextStream& out)
@@ -156,7 +156,8 @@ void writeDifferenceAsJson(const PreviewDifference& difference, QTextStream& out
             {u"after"_s, QJsonArray::fromStringList(change.after)},
         });
     }
-    out << QJsonDocument(QJsonObject{{u"rows"_s, rows}, {u"matches"_s, matches}}).toJson();
+    out << printableJson(
+        QJsonDocument(QJsonObject{{u"rows"_s, rows}, {u"matches"_s, matches}}).toJson());
 }
 
 int preview(const CommandLine& line, QTextStream& out, QTextStream& err)

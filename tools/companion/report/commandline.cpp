@@ -1,6 +1,7 @@
 #include "companion/report/commandline.h"
 
 #include "app/buildinfo.h"
+#include "companion/report/source.h"
 #include "companion/report/texttable.h"
 
 #include <QTextStream>
@@ -103,7 +104,7 @@ std::optional<int> CommandLine::read(const QStringList& arguments, QTextStream& 
 
 int CommandLine::fail(const QString& reason, QTextStream& err) const
 {
-    err << companionName() << ' ' << m_name << ": " << reason << '\n';
+    err << companionName() << ' ' << m_name << ": " << printable(reason) << '\n';
     return Unusable;
 }
 
@@ -118,6 +119,13 @@ QString CommandLine::problem() const
     }
     if (given.size() > 1 && !m_isRepeated) {
         return u"unexpected argument '%1'"_s.arg(given[1]);
+    }
+    QStringList places = given;
+    for (const QString& option : m_valued) {
+        places.append(isSet(option) ? value(option) : QString());
+    }
+    if (std::count_if(places.cbegin(), places.cend(), isStandardInput) > 1) {
+        return u"standard input can be read once only"_s;
     }
     for (const QString& option : m_valued) {
         if (isSet(option) && value(option).isEmpty()) {

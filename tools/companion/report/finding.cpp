@@ -1,6 +1,7 @@
 #include "companion/report/finding.h"
 
 #include "companion/report/rules.h"
+#include "companion/report/texttable.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -31,9 +32,9 @@ void writeFindings(const QList<Finding>& findings, QTextStream& out)
 {
     for (const Finding& finding : findings) {
         const Rule& rule = catalogueRule(finding.rule);
-        out << finding.file << ':' << finding.line << ": " << severityName(rule.severity) << ": "
-            << finding.problem << ". " << rule.effect << ' ' << rule.remedy << " [" << rule.id
-            << "]\n";
+        out << printable(finding.file) << ':' << finding.line << ": " << severityName(rule.severity)
+            << ": " << finding.problem << ". " << rule.effect << ' ' << rule.remedy << " ["
+            << rule.id << "]\n";
     }
 }
 
@@ -55,5 +56,5 @@ QJsonArray toJson(const QList<Finding>& findings)
 
 void writeFindingsAsJson(const QList<Finding>& findings, QTextStream& out)
 {
-    out << QJsonDocument(toJson(findings)).toJson();
+    out << printableJson(QJsonDocument(toJson(findings)).toJson());
 }

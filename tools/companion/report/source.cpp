@@ -15,7 +15,34 @@ Source unreadable(const QString& place, const QString& reason)
     return {{}, u"cannot read %1: %2"_s.arg(place, reason)};
 }
 
+QString tooLarge()
+{
+    return u"is larger than %1 MB"_s.arg(largestSource >> 20);
+}
+
+Source readAll(QFile& file, const QString& place)
+{
+    const QByteArray bytes = file.read(largestSource + 1);
+    if (bytes.size() > largestSource) {
+        return unreadable(place, tooLarge());
+    }
+    if (file.error() != QFileDevice::NoError) {
+        return unreadable(place, file.errorString());
+    }
+    return {bytes, {}};
+}
+
 } // namespace
+
+bool isStandardInput(const QString& place)
+{
+    return place == "-"_L1;
+}
+
+QString shownPlace(const QString& place)
+{
+    return isStandardInput(place) ? u"(standard input)"_s : place;
+}
 
 bool isWebAddress(const QString& place)
 {
@@ -28,8 +55,17 @@ Source readSource(const QString& place)
     if (isWebAddress(place)) {
         WebProfiler client({}, {}, {}, {});
         const QByteArray body = client.downloadData(QUrl(place));
-        return client.lastError().isEmpty() ? Source{body, {}}
-                                            : unreadable(place, client.lastError());
+        if (!client.lastError().isEmpty()) {
+            return unreadable(place, client.lastError());
+        }
+        return body.size() > largestSource ? unreadable(place, tooLarge()) : Source{body, {}};
+    }
+    if (isStandardInput(place)) {
+        QFile input;
+        if (!input.open(stdin, QIODevice::ReadOnly)) {
+            return unreadable(shownPlace(place), input.errorString());
+        }
+        return readAll(input, shownPlace(place));
     }
     if (QFileInfo(place).isDir()) {
         return unreadable(place, u"is a folder"_s);
@@ -38,5 +74,5 @@ Source readSource(const QString& place)
     if (!file.open(QIODevice::ReadOnly)) {
         return unreadable(place, file.errorString());
     }
-    return {file.readAll(), {}};
+    return readAll(file, place);
 }

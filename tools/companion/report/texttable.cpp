@@ -69,6 +69,29 @@ QString quoted(const QString& text)
     return u'\'' + printable(text) + u'\'';
 }
 
+QString printableJson(const QByteArray& json)
+{
+    QString shown;
+    shown.reserve(json.size());
+    const QString text = QString::fromUtf8(json);
+    for (qsizetype at = 0; at < text.size(); ++at) {
+        const bool isPair =
+            at + 1 < text.size() && text[at].isHighSurrogate() && text[at + 1].isLowSurrogate();
+        if (isPair) {
+            const char32_t c = QChar::surrogateToUcs4(text[at], text[at + 1]);
+            shown += isUnseen(c)
+                         ? writtenOut(text[at].unicode()) + writtenOut(text[at + 1].unicode())
+                         : text.sliced(at, 2);
+            ++at;
+        } else if (isUnseen(text[at].unicode()) && text[at] != u'\n') {
+            shown += writtenOut(text[at].unicode()); // line feeds stand between values alone
+        } else {
+            shown += text[at];
+        }
+    }
+    return shown;
+}
+
 void writeTable(const QList<QStringList>& rows, QTextStream& out)
 {
     QList<QStringList> shown = rows;

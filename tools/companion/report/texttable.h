@@ -16,5 +16,8 @@ class QTextStream;
 /// @p text, printable, between single quotes.
 [[nodiscard]] QString quoted(const QString& text);
 
+/// The text @p json, with what isUnseen() in its strings as escapes that mean the same.
+[[nodiscard]] QString printableJson(const QByteArray& json);
+
 /// Writes @p rows of equal length one a line, each column as wide as its longest text.
 void writeTable(const QList<QStringList>& rows, QTextStream& out);
