@@ -3,6 +3,7 @@
 
 #include <QFileInfo>
 #include <QProcess>
+#include <QTcpServer>
 #include <QTest>
 
 #include <optional>
@@ -40,6 +41,8 @@ private Q_SLOTS:
     void outputThatCannotBeWrittenIsAnError_data();
     void outputThatCannotBeWrittenIsAnError();
     void readsStandardInput();
+    void needsLittleMemoryForManyFindings();
+    void tellsOfASilentServerOnATerminal();
     void needsNoDisplay();
 
 private:
@@ -71,6 +74,8 @@ void TestCatalogueCommand::explainsItself()
         QVERIFY2(help.out.contains(command), command);
     }
     QCOMPARE(help.err, QByteArray());
+    QCOMPARE(start({u"help"_s}).out, help.out);
+    QCOMPARE(start({u"help"_s, u"check"_s}).out, start({u"check"_s, u"--help"_s}).out);
     const Ended version = start({u"--version"_s});
     QCOMPARE(version.status, 0);
     QCOMPARE(version.out, QByteArray("quillmere-catalogue " QUILLMERE_VERSION "\n"));
@@ -85,13 +90,14 @@ void TestCatalogueCommand::eachCommandExplainsItself_data()
     QTest::newRow("check") << u"check"_s
                            << QStringList{u"--files <FOLDER>"_s, u"--strict"_s,
                                           u"--json"_s,           u"--list-rules"_s,
-                                          u"--known <NAMES>"_s,  u"--removes <N>"_s} +
+                                          u"--known <NAMES>"_s,  u"--removes <N>"_s,
+                                          u"--accept <LIST>"_s,  u"--short"_s} +
                                   shared;
     QTest::newRow("preview") << u"preview"_s
                              << QStringList{u"--log <LOG>"_s, u"--scan"_s, u"--json"_s} + shared;
     QTest::newRow("archive") << u"archive"_s
                              << QStringList{u"--previous <FILE>"_s, u"--strict"_s, u"--json"_s};
-    QTest::newRow("explain") << u"explain"_s << QStringList{u"--anonymous"_s};
+    QTest::newRow("explain") << u"explain"_s << QStringList{u"--anonymous"_s, u"--json"_s};
 }
 
 void TestCatalogueCommand::eachCommandExplainsItself()
@@ -227,6 +233,45 @@ void TestCatalogueCommand::readsStandardInput()
     QCOMPARE(process.exitCode(), 1);
     const QByteArray out = process.readAllStandardOutput();
     QVERIFY2(out.startsWith("(standard input):2: error: 'v1' does not start"), out.constData());
+}
+
+void TestCatalogueCommand::needsLittleMemoryForManyFindings()
+{
+    if (!QFileInfo::exists(u"/usr/bin/prlimit"_s) || qEnvironmentVariableIsSet("ASAN_OPTIONS")) {
+        QSKIP("this system cannot limit a program's memory");
+    }
+    QByteArray text = "Name,Version,Release date,Filename,Ignored\n";
+    for (int i = 0; i < 273'000; ++i) {
+        text += "Tool " + QByteArray::number(i) + ".,v1,2026-09-21,tool-" + QByteArray::number(i) +
+                ".dmg,0\n";
+    }
+    const QString path = m_home->write(u"a.csv"_s, text);
+    QProcess shell;
+    shell.start(u"/bin/sh"_s,
+                {u"-c"_s, u"prlimit --data=%1 %2 check --json %3 | wc -l"_s.arg(300'000'000)
+                              .arg(QStringLiteral(QUILLMERE_CATALOGUE), path)});
+    QVERIFY(shell.waitForFinished(120'000));
+    QCOMPARE(shell.readAllStandardError(), QByteArray());
+    QCOMPARE(shell.readAllStandardOutput().trimmed().toInt(), 273'000 + 4);
+}
+
+void TestCatalogueCommand::tellsOfASilentServerOnATerminal()
+{
+    if (!QFileInfo::exists(u"/usr/bin/script"_s)) {
+        QSKIP("this system has no program that makes a terminal");
+    }
+    QTcpServer silent;
+    QVERIFY(silent.listen(QHostAddress::LocalHost));
+    const QString address = u"http://127.0.0.1:%1/a.csv"_s.arg(silent.serverPort());
+    QProcess terminal;
+    terminal.start(
+        u"script"_s,
+        {u"-qec"_s, QStringLiteral(QUILLMERE_CATALOGUE) + " check "_L1 + address, u"/dev/null"_s});
+    QByteArray shown;
+    QTRY_VERIFY_WITH_TIMEOUT(
+        (shown += terminal.readAll()).contains("waiting for " + address.toUtf8()), 30'000);
+    terminal.kill();
+    QVERIFY(terminal.waitForFinished());
 }
 
 void TestCatalogueCommand::needsNoDisplay()

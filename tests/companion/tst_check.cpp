@@ -8,6 +8,7 @@
 #include "web/webprofiler.h"
 #include "zipmaker.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QJsonArray>
@@ -54,7 +55,7 @@ QStringList found(const QByteArray& text, const QString& separator = u","_s)
 {
     Report report(u"catalogue.csv"_s);
     checkCatalogue(text, separator, report);
-    return briefly(report.findings());
+    return briefly(report.takeFindings());
 }
 
 /// An Info.plist that tells @p version.
@@ -72,6 +73,17 @@ QByteArray bundleZip(const QByteArray& infoPlist, const QByteArray& name = "Tool
     item.content = infoPlist;
     zip.add(item);
     return zip.bytes();
+}
+
+/// The findings that `check --json` wrote.
+QJsonArray findingsIn(const CommandRun& run)
+{
+    QJsonParseError error;
+    const QJsonDocument document = QJsonDocument::fromJson(run.out.toUtf8(), &error);
+    if (error.error != QJsonParseError::NoError) {
+        qCritical() << "no JSON:" << run.out;
+    }
+    return document[u"findings"].toArray();
 }
 
 QByteArray diskImage()
@@ -135,11 +147,16 @@ private Q_SLOTS:
     void controlCharactersAreWrittenOut();
     void endsByWhatWasFound_data();
     void endsByWhatWasFound();
+    void tellsFindingsShortly();
+    void leavesAcceptedFindingsOut_data();
+    void leavesAcceptedFindingsOut();
+    void listsTheRulesAsJson();
+    void stopsAtAMillionFindings();
     void explainsEveryRule();
     void readsFromAWebServer();
     void unreadableInputIsTold_data();
     void unreadableInputIsTold();
-    void tellsProgressBesideTheFindings();
+    void tellsThatNothingWasFound();
     void leavesWhatItReadsAsItWas();
     void everyRuleIsCaughtByATest();
 
@@ -171,7 +188,7 @@ QStringList TestCheck::check(const QByteArray& text, const QStringList& options)
     const QString path = write(u"catalogue.csv"_s, text);
     const CommandRun result = run(runCheck, QStringList{u"check"_s, path, u"--json"_s} + options);
     QStringList brief;
-    for (const QJsonValue finding : QJsonDocument::fromJson(result.out.toUtf8()).array()) {
+    for (const QJsonValue finding : findingsIn(result)) {
         const QString file = finding[u"file"].toString();
         const QString place =
             file == path ? QString::number(finding[u"line"].toInteger()) : file.section(u'/', -1);
@@ -430,7 +447,7 @@ void TestCheck::findsNamesThatMeetInAnyOrder()
         }
         Report report(u"catalogue.csv"_s);
         checkNames(entries, report);
-        QStringList told = briefly(report.findings());
+        QStringList told = briefly(report.takeFindings());
         told.removeIf([](const QString& finding) {
             return !finding.endsWith("-duplicate"_L1) && !finding.endsWith("-prefix"_L1);
         });
@@ -815,7 +832,7 @@ void TestCheck::tellsWhoseApplicationAPrefixTakes()
     const auto problem = [](const QByteArrayList& lines) {
         Report report(u"catalogue.csv"_s);
         checkCatalogue(catalogue(lines), u","_s, report);
-        return report.findings().value(0).problem;
+        return report.takeFindings().value(0).problem;
     };
     QCOMPARE(problem({entry("Synth"), entry("Synth Pro")}),
              u"'Synth' begins 'Synth Pro', whose application it takes where it has none of its "
@@ -829,7 +846,7 @@ void TestCheck::tellsFindingsAsJson()
 {
     const QString path = write(u"catalogue.csv"_s, catalogue({entry("A", "v1")}));
     const CommandRun result = run(runCheck, {u"check"_s, u"--json"_s, path});
-    const QJsonArray findings = QJsonDocument::fromJson(result.out.toUtf8()).array();
+    const QJsonArray findings = findingsIn(result);
     QCOMPARE(findings.size(), 1);
     const QJsonObject expected{
         {u"file"_s, path},
@@ -842,8 +859,16 @@ void TestCheck::tellsFindingsAsJson()
         {u"remedy"_s, u"Write the number alone, without \"v\" or a word before it."_s}};
     QCOMPARE(findings[0].toObject(), expected);
 
+    const QJsonObject summary{{u"entries"_s, 1}, {u"errors"_s, 1},   {u"warnings"_s, 0},
+                              {u"notes"_s, 0},   {u"accepted"_s, 0}, {u"leftOut"_s, 0}};
+    const QJsonDocument document = QJsonDocument::fromJson(result.out.toUtf8());
+    QCOMPARE(document[u"summary"].toObject(), summary);
+    QCOMPARE(document[u"version"].toInt(), 1);
+
     write(u"catalogue.csv"_s, catalogue({entry("A")}));
-    QCOMPARE(run(runCheck, {u"check"_s, u"--json"_s, path}).out.simplified(), u"[ ]"_s);
+    const CommandRun clean = run(runCheck, {u"check"_s, u"--json"_s, path});
+    QCOMPARE(findingsIn(clean), QJsonArray());
+    QCOMPARE(clean.err, u"1 entry: nothing found\n"_s);
 }
 
 void TestCheck::controlCharactersAreWrittenOut()
@@ -875,6 +900,81 @@ void TestCheck::endsByWhatWasFound()
     const QString path = write(u"catalogue.csv"_s, text);
     QCOMPARE(run(runCheck, {u"check"_s, path}).status, status);
     QCOMPARE(run(runCheck, {u"check"_s, u"--strict"_s, path}).status, strictStatus);
+}
+
+void TestCheck::tellsFindingsShortly()
+{
+    const QString path = write(u"catalogue.csv"_s, catalogue({entry("A", "v1")}));
+    QCOMPARE(run(runCheck, {u"check"_s, u"--short"_s, path}).out,
+             path + ":2: error: 'v1' does not start with a digit [version-start]\n"_L1);
+}
+
+void TestCheck::leavesAcceptedFindingsOut_data()
+{
+    QTest::addColumn<QByteArray>("accepted");
+    QTest::addColumn<QStringList>("findings");
+
+    const QStringList all{u"0 entry-removed"_s, u"2 version-start"_s, u"3 version-start"_s,
+                          u"old.iso file-unnamed"_s};
+    const auto without = [&all](qsizetype first, qsizetype count) {
+        QStringList rest = all;
+        rest.remove(first, count);
+        return rest;
+    };
+    QTest::newRow("none") << QByteArray("# none yet\n\n") << all;
+    QTest::newRow("an entry's") << QByteArray("version-start Ink  Pen\r\n") << without(1, 1);
+    QTest::newRow("a file's") << QByteArray("file-unnamed old.iso") << without(3, 1);
+    QTest::newRow("the catalogue's") << QByteArray("entry-removed\n") << without(0, 1);
+    QTest::newRow("another entry's") << QByteArray("version-start Ink\n")
+                                     << all + QStringList{u"accepted.txt accept-needless"_s};
+    QTest::newRow("another rule") << QByteArray("version-text Ink  Pen\n")
+                                  << all + QStringList{u"accepted.txt accept-needless"_s};
+    QTest::newRow("a rule without its entry")
+        << QByteArray("version-start\n") << all + QStringList{u"accepted.txt accept-needless"_s};
+}
+
+void TestCheck::leavesAcceptedFindingsOut()
+{
+    QFETCH(QByteArray, accepted);
+    QFETCH(QStringList, findings);
+    write(u"soft/tool.iso"_s, "x");
+    write(u"soft/old.iso"_s, "x");
+    const QString old = write(u"old.csv"_s, catalogue({entry("Gone", "1.0", "gone.iso")}));
+    QFile(old).setFileTime(QDateTime::currentDateTime(), QFileDevice::FileModificationTime);
+    QStringList result = check(catalogue({entry("Ink  Pen", "v1"), entry("B", "v1")}),
+                               {u"--published"_s, old, u"--files"_s, m_home->path() + "/soft"_L1,
+                                u"--accept"_s, write(u"accepted.txt"_s, accepted)});
+    QStringList expected = findings;
+    result.sort();
+    expected.sort();
+    QCOMPARE(result.join(u'\n'), expected.join(u'\n'));
+    note(findings);
+}
+
+void TestCheck::listsTheRulesAsJson()
+{
+    const CommandRun result = run(runCheck, {u"check"_s, u"--list-rules"_s, u"--json"_s});
+    const QJsonDocument document = QJsonDocument::fromJson(result.out.toUtf8());
+    QCOMPARE(document[u"version"].toInt(), 1);
+    const QJsonArray rules = document[u"rules"].toArray();
+    QCOMPARE(rules.size(), catalogueRules().size());
+    const Rule& last = catalogueRules().constLast();
+    const QJsonObject expected{{u"rule"_s, last.id},
+                               {u"severity"_s, severityName(last.severity)},
+                               {u"meaning"_s, last.meaning},
+                               {u"effect"_s, last.effect},
+                               {u"remedy"_s, last.remedy}};
+    QCOMPARE(rules.last().toObject(), expected);
+}
+
+void TestCheck::stopsAtAMillionFindings()
+{
+    const QString path =
+        write(u"catalogue.csv"_s, header + QByteArray(1'000'003, '\n') + "A,1,d,a.iso,0\n");
+    const CommandRun result = run(runCheck, {u"check"_s, u"--short"_s, path});
+    QCOMPARE(result.out.count(u'\n'), 1'000'000);
+    QCOMPARE(result.err, u"3 more findings are left out\n"_s);
+    QCOMPARE(result.status, 1);
 }
 
 void TestCheck::explainsEveryRule()
@@ -936,6 +1036,8 @@ void TestCheck::unreadableInputIsTold_data()
         u"cannot read HOME/huge.csv: is larger than 64 MB"_s);
     row("standard input twice", {u"-"_s, u"--published"_s, u"-"_s},
         u"standard input can be read once only (try --help)"_s);
+    row("an unknown rule to accept", {good, u"--accept"_s, u"HOME/accept.txt"_s},
+        u"HOME/accept.txt:2: no rule is named 'no-rule'"_s);
     row("no known name", {good, u"--known"_s, u"HOME/empty.csv"_s},
         u"HOME/empty.csv holds no name"_s);
     row("no file of known names", {good, u"--known"_s, u"HOME/none"_s},
@@ -963,6 +1065,7 @@ void TestCheck::unreadableInputIsTold()
     write(u"good.csv"_s, catalogue({entry("A")}));
     write(u"empty.csv"_s, {});
     write(u"login.csv"_s, webPage);
+    write(u"accept.txt"_s, "# mine\nno-rule A\n");
     QVERIFY(QFile::resize(write(u"huge.csv"_s, {}), 65 << 20)); // takes no room on the disk
     write(u"other.csv"_s, catalogue({entry("A")}).replace(',', ';'));
     write(u"hidden.csv"_s, catalogue({entry("A").chopped(1) + '1'}));
@@ -972,7 +1075,7 @@ void TestCheck::unreadableInputIsTold()
              refusal(u"check"_s, reason.replace("HOME"_L1, m_home->path())));
 }
 
-void TestCheck::tellsProgressBesideTheFindings()
+void TestCheck::tellsThatNothingWasFound()
 {
     QByteArrayList lines;
     for (int i = 0; i < 101; ++i) {
@@ -983,7 +1086,7 @@ void TestCheck::tellsProgressBesideTheFindings()
     const QString path = write(u"catalogue.csv"_s, catalogue(lines));
     const CommandRun result =
         run(runCheck, {u"check"_s, path, u"--files"_s, m_home->path() + "/soft"_L1});
-    QCOMPARE(result.err, u"100 of 101 files read\n"_s);
+    QCOMPARE(result.err, u"101 entries, 101 files: nothing found\n"_s);
     QCOMPARE(result.out, QString());
     QCOMPARE(result.status, 0);
 }

@@ -8,6 +8,8 @@
 #include "support/privatehome.h"
 
 #include <QDir>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QTest>
 
 #include <optional>
@@ -417,6 +419,22 @@ void TestExplain::printsTroubles()
         "    Why: The server is down, a firewall is between, or the connection broke off.\n"
         "    What to do: See that the web server runs and that its port can be reached from "
         "there.\n"_s);
+
+    const QJsonDocument document =
+        QJsonDocument::fromJson(explain({u"--json"_s, logPath()}).out.toUtf8());
+    QCOMPARE(document[u"version"].toInt(), 1);
+    QCOMPARE(document[u"summary"][u"troubles"].toInt(), 2);
+    const QJsonObject expected{
+        {u"time"_s, u"2026-09-21T14:05:03"_s},
+        {u"severity"_s, u"error"_s},
+        {u"trouble"_s, u"catalogue-error"_s},
+        {u"problem"_s, u"The catalogue could not be fetched: Connection refused"_s},
+        {u"cause"_s, u"The server is down, a firewall is between, or the connection broke off."_s},
+        {u"remedy"_s,
+         u"See that the web server runs and that its port can be reached from there."_s},
+        {u"line"_s, 5},
+        {u"count"_s, 2}};
+    QCOMPARE(document[u"troubles"][1].toObject(), expected);
 }
 
 void TestExplain::printsTroublesAnonymously()

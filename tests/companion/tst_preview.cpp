@@ -538,6 +538,9 @@ void TestPreview::unusableInputIsOneLine_data()
                                  << u"cannot read @missing.log: No such file or directory"_s;
     QTest::newRow("a log without a scan") << QStringList{u"@new.csv"_s, u"--log"_s, u"@new.csv"_s}
                                           << u"@new.csv: the log shows no scan"_s;
+    QTest::newRow("an old catalogue that offers nothing")
+        << QStringList{u"@new.csv"_s, u"--published"_s, u"@client.log"_s}
+        << u"cannot compare with @client.log: no entry of it is offered"_s;
     QTest::newRow("nothing offered")
         << QStringList{u"@client.log"_s}
         << u"@client.log: no entry is offered; a window would report that it cannot reach the "

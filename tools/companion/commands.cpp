@@ -41,7 +41,7 @@ QString overview()
     for (const Command& command : commands()) {
         text += "  "_L1 + command.name.leftJustified(10) + command.summary + u'\n';
     }
-    return text + u"\n'%1 COMMAND --help' tells a command's options.\n"_s.arg(companionName());
+    return text + u"\n'%1 help COMMAND' tells a command's options.\n"_s.arg(companionName());
 }
 
 } // namespace
@@ -56,6 +56,10 @@ int runCommand(const QStringList& arguments, QTextStream& out, QTextStream& err)
     if (name == "--version"_L1 || name == "-v"_L1) {
         out << companionName() << ' ' << BuildInfo::productVersion() << '\n';
         return NothingFound;
+    }
+    if (name == "help"_L1) {
+        return arguments.size() < 2 ? runCommand({u"--help"_s}, out, err)
+                                    : runCommand({arguments[1], u"--help"_s}, out, err);
     }
     for (const Command& command : commands()) {
         if (command.name == name) {

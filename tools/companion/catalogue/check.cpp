@@ -1,5 +1,6 @@
 #include "companion/catalogue/check.h"
 
+#include "companion/catalogue/accepted.h"
 #include "companion/catalogue/filerules.h"
 #include "companion/catalogue/knownnames.h"
 #include "companion/catalogue/namerules.h"
@@ -7,16 +8,23 @@
 #include "companion/catalogue/publishedrules.h"
 #include "companion/catalogue/versionrules.h"
 #include "companion/report/commandline.h"
+#include "companion/report/progress.h"
 #include "companion/report/rules.h"
 #include "companion/report/source.h"
 
 #include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QTextStream>
+
+#include <optional>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+const QString acceptName = u"accept"_s;
 const QString filesName = u"files"_s;
 const QString knownName = u"known"_s;
 const QString removesName = u"removes"_s;
@@ -26,10 +34,13 @@ void describe(CommandLine& line)
 {
     line.addArgument(u"CATALOGUE"_s, u"A file, or an http or https address."_s);
     line.addShared(CommandLine::Separator | CommandLine::Published | CommandLine::Strict |
-                   CommandLine::Json);
+                   CommandLine::Short | CommandLine::Json);
     line.addPlace(filesName, u"Check the installers in <FOLDER> too."_s, u"FOLDER"_s);
     line.addPlace(knownName, u"Compare with the names of bundles in <NAMES>, one a line."_s,
                   u"NAMES"_s);
+    line.addPlace(acceptName,
+                  u"Leave out the findings in <LIST>: a rule and an entry's name in each line."_s,
+                  u"LIST"_s);
     line.addNumber(removesName, u"Let <N> published entries be gone, none by default."_s, u"N"_s);
     line.addEnd(listRulesName, u"Explain every rule and end."_s);
 }
@@ -42,9 +53,40 @@ void listRules(QTextStream& out)
     }
 }
 
-void write(const QList<Finding>& findings, bool asJson, QTextStream& out)
+void listRulesAsJson(QTextStream& out)
 {
-    asJson ? writeFindingsAsJson(findings, out) : writeFindings(findings, out);
+    QJsonArray rules;
+    for (const Rule& rule : catalogueRules()) {
+        rules.append(QJsonObject{{u"rule"_s, rule.id},
+                                 {u"severity"_s, severityName(rule.severity)},
+                                 {u"meaning"_s, rule.meaning},
+                                 {u"effect"_s, rule.effect},
+                                 {u"remedy"_s, rule.remedy}});
+    }
+    out << QJsonDocument(QJsonObject{{u"version"_s, 1}, {u"rules"_s, rules}}).toJson();
+}
+
+/// What the command found.
+struct CheckResult
+{
+    QList<Finding> findings;
+    Summary summary;
+};
+
+void write(const CheckResult& result, const CommandLine& line, QTextStream& out, QTextStream& err)
+{
+    if (line.isJson()) {
+        writeFindingsAsJson(result.findings, result.summary, out);
+    } else if (line.isShort()) {
+        writeFindingsShortly(result.findings, out);
+    } else {
+        writeFindings(result.findings, out);
+    }
+    if (result.findings.isEmpty()) {
+        err << cleanText(result.summary) << '\n';
+    } else if (result.summary.leftOut > 0) {
+        err << result.summary.leftOut << " more findings are left out\n";
+    }
 }
 
 /// What the command reads and how.
@@ -57,8 +99,26 @@ struct CheckTask
     qsizetype mayGo = 0; ///< how many of its entries may be gone
     QStringList known;   ///< names of bundles that others have
     QString folder;      ///< the installers'; empty when they are not checked
-    QString error;       ///< why nothing can be checked; empty when something can
+    std::optional<AcceptedFindings> accepted;
+    QString error; ///< why nothing can be checked; empty when something can
 };
+
+void readKnown(CheckTask& task, const QString& place)
+{
+    const Source known = readSource(place);
+    task.error = known.error;
+    task.known = readKnownNames(known.bytes);
+    if (task.error.isEmpty() && task.known.isEmpty()) {
+        task.error = u"%1 holds no name"_s.arg(place);
+    }
+}
+
+void readAccepted(CheckTask& task, const QString& place)
+{
+    const Source accepted = readSource(place);
+    task.accepted.emplace(accepted.bytes, shownPlace(place));
+    task.error = accepted.error.isEmpty() ? task.accepted->error() : accepted.error;
+}
 
 CheckTask taskOf(const CommandLine& line)
 {
@@ -79,26 +139,42 @@ CheckTask taskOf(const CommandLine& line)
     }
     task.mayGo = line.number(removesName);
     if (task.error.isEmpty() && line.isSet(knownName)) {
-        const Source known = readSource(line.value(knownName));
-        task.error = known.error;
-        task.known = readKnownNames(known.bytes);
-        if (task.error.isEmpty() && task.known.isEmpty()) {
-            task.error = u"%1 holds no name"_s.arg(line.value(knownName));
-        }
+        readKnown(task, line.value(knownName));
+    }
+    if (task.error.isEmpty() && line.isSet(acceptName)) {
+        readAccepted(task, line.value(acceptName));
     }
     return task;
 }
 
-QList<Finding> findingsOf(const CheckTask& task, QTextStream& progress)
+/// The names that lines have for whoever accepts a finding in them.
+QHash<qsizetype, QString> namesByLine(const CatalogueText& text)
 {
+    QHash<qsizetype, QString> names;
+    for (const CatalogueEntry& entry : text.entries) {
+        names.insert(entry.line, entry.name);
+    }
+    return names;
+}
+
+CheckResult resultOf(CheckTask& task, Progress& progress)
+{
+    CheckResult result;
     Report report(shownPlace(task.place));
     const CatalogueText text = checkCatalogue(task.catalogue, task.separator, report);
     checkAgainstPublished(text, task.published.text.entries, task.mayGo, report);
     checkKnownNames(text.entries, task.known, report);
     if (!task.folder.isEmpty()) {
-        checkFiles(text, task.folder, task.published, report, progress);
+        result.summary.files = checkFiles(text, task.folder, task.published, report, progress);
     }
-    return report.findings();
+    result.findings = report.takeFindings();
+    result.summary.entries = text.entries.size();
+    result.summary.leftOut = report.leftOut();
+    if (task.accepted) {
+        result.summary.accepted = task.accepted->removeFrom(result.findings, namesByLine(text));
+        result.findings += task.accepted->needless();
+    }
+    return result;
 }
 
 } // namespace
@@ -122,14 +198,20 @@ int runCheck(const QStringList& arguments, QTextStream& out, QTextStream& err)
         return *status;
     }
     if (line.isSet(listRulesName)) {
-        listRules(out);
+        line.isJson() ? listRulesAsJson(out) : listRules(out);
         return NothingFound;
     }
-    const CheckTask task = taskOf(line);
+    CheckTask task = taskOf(line);
     if (!task.error.isEmpty()) {
         return line.fail(task.error, err);
     }
-    const QList<Finding> findings = findingsOf(task, err);
-    write(findings, line.isJson(), out);
-    return isFailure(findings, line.isStrict()) ? SomethingFound : NothingFound;
+    CheckResult result;
+    {
+        Progress progress(err, Progress::isOnTerminal());
+        result = resultOf(task, progress);
+    }
+    write(result, line, out, err);
+    const bool hasFailed =
+        result.summary.leftOut > 0 || isFailure(result.findings, line.isStrict());
+    return hasFailed ? SomethingFound : NothingFound;
 }

@@ -3,6 +3,7 @@
 #include "companion/archive/archiverules.h"
 #include "companion/catalogue/fileending.h"
 #include "companion/catalogue/filetype.h"
+#include "companion/report/progress.h"
 #include "companion/report/texttable.h"
 #include "install/downloadtarget.h"
 
@@ -10,7 +11,6 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QSet>
-#include <QTextStream>
 
 #include <algorithm>
 
@@ -19,7 +19,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr qsizetype longestName = 255; // bytes
-constexpr qsizetype filesAtOnce = 100; // between two words of progress
 
 bool changesAddress(QChar c)
 {
@@ -198,8 +197,8 @@ void checkFileNames(const QList<CatalogueEntry>& entries, Report& report)
     }
 }
 
-void checkFiles(const CatalogueText& text, const QString& folder, const Published& published,
-                Report& report, QTextStream& progress)
+qsizetype checkFiles(const CatalogueText& text, const QString& folder, const Published& published,
+                     Report& report, Progress& progress)
 {
     FileCheck check(folder, published, report);
     qsizetype count = 0;
@@ -209,9 +208,8 @@ void checkFiles(const CatalogueText& text, const QString& folder, const Publishe
             continue;
         }
         check.check(entry);
-        if (++count % filesAtOnce == 0) {
-            progress << count << " of " << text.entries.size() << " files read" << Qt::endl;
-        }
+        progress.tell(u"%1 of %2 files read"_s.arg(++count).arg(text.entries.size()));
     }
     check.reportUnnamed(text.hiddenFiles);
+    return count;
 }

@@ -50,7 +50,7 @@ Published readPublished(const QString& place, const QString& separator)
     if (!isWebAddress(place)) {
         published.changed = QFileInfo(place).lastModified();
     }
-    if (const QString why = uselessness(source.bytes, published.text, report.findings());
+    if (const QString why = uselessness(source.bytes, published.text, report.takeFindings());
         !why.isEmpty()) {
         published.error = u"cannot compare with %1: %2"_s.arg(place, why);
     }

@@ -7,6 +7,9 @@
 #include "companion/report/source.h"
 #include "companion/report/texttable.h"
 
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QTextStream>
 
 #include <functional>
@@ -30,6 +33,27 @@ void writeTrouble(const Trouble& trouble, const Wording& worded, QTextStream& ou
         << "    What to do: " << worded(trouble.remedy) << '\n';
 }
 
+QJsonObject toJson(const Trouble& trouble, const Wording& worded)
+{
+    return {{u"time"_s, trouble.time},           {u"severity"_s, severityName(trouble.severity)},
+            {u"trouble"_s, trouble.kind},        {u"problem"_s, worded(trouble.problem)},
+            {u"cause"_s, worded(trouble.cause)}, {u"remedy"_s, worded(trouble.remedy)},
+            {u"line"_s, trouble.line},           {u"count"_s, trouble.count}};
+}
+
+void writeAsJson(const QList<Trouble>& troubles, const Wording& worded, QTextStream& out)
+{
+    QJsonArray array;
+    for (const Trouble& trouble : troubles) {
+        array.append(toJson(trouble, worded));
+    }
+    const QJsonObject summary{{u"troubles"_s, troubles.size()}};
+    out << printableJson(
+        QJsonDocument(
+            QJsonObject{{u"version"_s, 1}, {u"troubles"_s, array}, {u"summary"_s, summary}})
+            .toJson());
+}
+
 } // namespace
 
 int runExplain(const QStringList& arguments, QTextStream& out, QTextStream& err)
@@ -41,6 +65,7 @@ int runExplain(const QStringList& arguments, QTextStream& out, QTextStream& err)
         "with what they usually come from and what to do."_s);
     line.addArgument(u"LOG"_s, u"The user's quillmere.log."_s);
     line.addSwitch(anonymous, u"Replace home folders and user names in what is printed."_s);
+    line.addShared(CommandLine::Json);
     if (const auto status = line.read(arguments, out, err)) {
         return *status;
     }
@@ -60,6 +85,10 @@ int runExplain(const QStringList& arguments, QTextStream& out, QTextStream& err)
         return printable(isAnonymous ? anonymizer.anonymous(text) : text);
     };
     const QList<Trouble> troubles = logTroubles(entries);
+    if (line.isJson()) {
+        writeAsJson(troubles, worded, out);
+        return NothingFound;
+    }
     for (const Trouble& trouble : troubles) {
         writeTrouble(trouble, worded, out);
     }

@@ -188,8 +188,12 @@ int preview(const CommandLine& line, QTextStream& out, QTextStream& err)
         line.isJson() ? writeRowsAsJson(rows, out) : writeRows(rows, out);
         return NothingFound;
     }
-    const PreviewDifference difference =
-        previewDifference(previewRows(*published, line.separator(), *inventory), rows);
+    const QList<PreviewRow> formerRows = previewRows(*published, line.separator(), *inventory);
+    if (formerRows.isEmpty()) {
+        return line.fail(
+            u"cannot compare with %1: no entry of it is offered"_s.arg(line.published()), err);
+    }
+    const PreviewDifference difference = previewDifference(formerRows, rows);
     line.isJson() ? writeDifferenceAsJson(difference, out) : writeDifference(difference, out);
     return NothingFound;
 }

@@ -16,6 +16,7 @@ const QString separatorName = u"separator"_s;
 const QString publishedName = u"published"_s;
 const QString strictName = u"strict"_s;
 const QString jsonName = u"json"_s;
+const QString shortName = u"short"_s;
 const QString helpName = u"help"_s;
 
 } // namespace
@@ -51,6 +52,9 @@ void CommandLine::addShared(SharedOptions options)
     }
     if (options.testFlag(Strict)) {
         addSwitch(strictName, u"Let warnings count: end with 1 for them too."_s);
+    }
+    if (options.testFlag(Short)) {
+        addSwitch(shortName, u"Write no effects and remedies."_s);
     }
     if (options.testFlag(Json)) {
         addSwitch(jsonName, u"Write JSON."_s);
@@ -178,6 +182,11 @@ QString CommandLine::published() const
 bool CommandLine::isStrict() const
 {
     return isSet(strictName);
+}
+
+bool CommandLine::isShort() const
+{
+    return isSet(shortName);
 }
 
 bool CommandLine::isJson() const

@@ -32,7 +32,8 @@ public:
         Separator = 1, ///< --separator S
         Published = 2, ///< --published OLD
         Strict = 4,    ///< --strict
-        Json = 8       ///< --json
+        Json = 8,      ///< --json
+        Short = 16     ///< --short
     };
     Q_DECLARE_FLAGS(SharedOptions, SharedOption)
 
@@ -71,6 +72,7 @@ public:
     /// The catalogue that users have now; empty when none is to be compared with.
     [[nodiscard]] QString published() const;
     [[nodiscard]] bool isStrict() const;
+    [[nodiscard]] bool isShort() const;
     [[nodiscard]] bool isJson() const;
 
 private:

@@ -1,5 +1,6 @@
 #include "companion/report/source.h"
 
+#include "companion/report/progress.h"
 #include "web/webprofiler.h"
 
 #include <QFile>
@@ -54,6 +55,9 @@ Source readSource(const QString& place)
 {
     if (isWebAddress(place)) {
         WebProfiler client({}, {}, {}, {});
+        QTextStream err(stderr);
+        Progress progress(err, Progress::isOnTerminal());
+        progress.waitFor(u"waiting for "_s + place);
         const QByteArray body = client.downloadData(QUrl(place));
         if (!client.lastError().isEmpty()) {
             return unreadable(place, client.lastError());

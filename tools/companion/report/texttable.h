@@ -19,5 +19,8 @@ class QTextStream;
 /// The text @p json, with what isUnseen() in its strings as escapes that mean the same.
 [[nodiscard]] QString printableJson(const QByteArray& json);
 
-/// Writes @p rows of equal length one a line, each column as wide as its longest text.
+/// How many columns of a terminal @p text takes: two for wide characters, none for combining ones.
+[[nodiscard]] qsizetype shownWidth(const QString& text);
+
+/// Writes @p rows of equal length one a line, each column as wide as its widest text.
 void writeTable(const QList<QStringList>& rows, QTextStream& out);
