@@ -228,6 +228,8 @@ void TestCheck::findsWhatIsWrongWithTheText_data()
             "Name,Ignored,Version,Release date,Filename\n"
             "A,0,1.0,d,\"f, g.iso\"\n",
             {u"2 field-split"_s, u"2 file-ending"_s});
+    addRule("separator inside quotes, behind what the client reads",
+            header.trimmed() + ",Note\n" + entry("A") + ",\"x, y\"\n", {});
     addRule("quotes inside a field protect nothing and break nothing",
             catalogue({entry("A 3\" tool")}), {});
 

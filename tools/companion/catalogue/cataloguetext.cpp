@@ -10,6 +10,7 @@
 #include <QTextStream>
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
@@ -85,22 +86,40 @@ void checkHeader(const QString& header, const QString& separator, Report& report
     }
 }
 
-/// The field that begins with a quote and ends in another one; empty when there is none.
-QString splitField(const QString& line, const QString& separator)
+/// The last of the columns that the client reads.
+qsizetype lastUsedColumn(const QStringList& titles)
+{
+    qsizetype last = 0;
+    for (const QString& title :
+         {Column::version, Column::date, Column::fileName, Column::ignored}) {
+        last = std::max(last, titles.lastIndexOf(title));
+    }
+    return last;
+}
+
+/// The field that begins with a quote, in the column @p last or before it, and ends in another
+/// field; empty when there is none.
+QString splitField(const QString& line, const QString& separator,
+                   qsizetype last = std::numeric_limits<qsizetype>::max())
 {
     if (!line.contains(u'"') || separator.isEmpty()) {
         return {};
     }
     QStringView start;
+    qsizetype column = 0;
     for (const QStringView raw : QStringTokenizer(QStringView(line), QStringView(separator))) {
         const QStringView field = raw.trimmed();
         const bool opens = field.startsWith(u'"');
         const bool closes = field.endsWith(u'"');
         if (opens && (!closes || field.size() == 1) && start.isNull()) {
+            if (column > last) {
+                break;
+            }
             start = field;
         } else if (closes && !opens && !start.isNull()) {
             return QString(start.data(), field.data() + field.size() - start.data());
         }
+        ++column;
     }
     return {};
 }
@@ -143,7 +162,9 @@ CatalogueText readCatalogue(const QByteArray& bytes, const QString& separator, R
     QTextStream lines(bytes, QIODevice::ReadOnly);
     const QString header = lines.readLine();
     const CatalogueFormat format(header, separator);
-    const bool hasIgnored = header.split(separator).sliced(1).contains(Column::ignored);
+    const QStringList titles = header.split(separator);
+    const bool hasIgnored = titles.sliced(1).contains(Column::ignored);
+    const qsizetype lastUsed = lastUsedColumn(titles);
     if (!bytes.isEmpty()) {
         checkHeader(header, separator, report);
     }
@@ -152,7 +173,8 @@ CatalogueText readCatalogue(const QByteArray& bytes, const QString& separator, R
         if (format.isOffered(line)) {
             text.entries.append({number, format.name(line), format.value(line, Column::version),
                                  format.value(line, Column::fileName)});
-            if (const QString field = splitField(line, separator); !field.isEmpty()) {
+            // A split in the columns behind is of no account.
+            if (const QString field = splitField(line, separator, lastUsed); !field.isEmpty()) {
                 reportSplitField(number, field, report);
             } else {
                 checkQuotes(number, line, format, report);
