@@ -43,6 +43,9 @@ private Q_SLOTS:
     void readsStandardInput();
     void needsLittleMemoryForManyFindings();
     void tellsOfASilentServerOnATerminal();
+    void theManualSaysWhatHelpSays();
+    void bashCompletesCommandsAndOptions_data();
+    void bashCompletesCommandsAndOptions();
     void needsNoDisplay();
 
 private:
@@ -272,6 +275,45 @@ void TestCatalogueCommand::tellsOfASilentServerOnATerminal()
         (shown += terminal.readAll()).contains("waiting for " + address.toUtf8()), 30'000);
     terminal.kill();
     QVERIFY(terminal.waitForFinished());
+}
+
+void TestCatalogueCommand::theManualSaysWhatHelpSays()
+{
+    QString manual = QString::fromUtf8(start({u"--manual"_s}).out);
+    QVERIFY(manual.startsWith(".TH QUILLMERE-CATALOGUE 1 "_L1));
+    manual.replace("\\-"_L1, "-"_L1).replace("\\e"_L1, "\\"_L1);
+    for (const char* command : {"check", "preview", "archive", "explain"}) {
+        const QByteArray help = start({QString::fromLatin1(command), u"--help"_s}).out;
+        QVERIFY2(manual.contains(QString::fromUtf8(help.trimmed())), qPrintable(manual));
+    }
+}
+
+void TestCatalogueCommand::bashCompletesCommandsAndOptions_data()
+{
+    QTest::addColumn<QString>("words");
+    QTest::addColumn<QByteArray>("completed");
+
+    QTest::newRow("a command") << u"ch"_s << QByteArray("check\n");
+    QTest::newRow("an option") << u"check --pub"_s << QByteArray("--published\n");
+    QTest::newRow("an option of another command") << u"explain --pub"_s << QByteArray();
+    QTest::newRow("what is helped with") << u"help ar"_s << QByteArray("archive\n");
+    QTest::newRow("a file's name is the shell's matter") << u"check a"_s << QByteArray();
+}
+
+void TestCatalogueCommand::bashCompletesCommandsAndOptions()
+{
+    QFETCH(QString, words);
+    QFETCH(QByteArray, completed);
+    const QString script = m_home->write(u"completion"_s, start({u"--bash-completion"_s}).out);
+    QProcess bash;
+    bash.start(u"bash"_s,
+               {u"-c"_s, u". %1; COMP_WORDS=(quillmere-catalogue %2); "
+                         "COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _quillmere_catalogue; "
+                         "[ ${#COMPREPLY[@]} -eq 0 ] || printf '%s\\n' \"${COMPREPLY[@]}\""_s.arg(
+                             script, words)});
+    QVERIFY(bash.waitForFinished());
+    QCOMPARE(bash.readAllStandardError(), QByteArray());
+    QCOMPARE(bash.readAllStandardOutput(), completed);
 }
 
 void TestCatalogueCommand::needsNoDisplay()

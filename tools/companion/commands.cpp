@@ -4,6 +4,7 @@
 #include "companion/archive/archive.h"
 #include "companion/catalogue/check.h"
 #include "companion/log/explain.h"
+#include "companion/manual.h"
 #include "companion/preview/preview.h"
 #include "companion/report/commandline.h"
 #include "companion/report/texttable.h"
@@ -44,6 +45,20 @@ QString overview()
     return text + u"\n'%1 help COMMAND' tells a command's options.\n"_s.arg(companionName());
 }
 
+/// What each command says of itself.
+QList<CommandHelp> helpTexts(QTextStream& err)
+{
+    QList<CommandHelp> texts;
+    for (const Command& command : commands()) {
+        QString text;
+        QTextStream out(&text);
+        command.run({command.name, u"--help"_s}, out, err);
+        out.flush();
+        texts.append({command.name, text});
+    }
+    return texts;
+}
+
 } // namespace
 
 int runCommand(const QStringList& arguments, QTextStream& out, QTextStream& err)
@@ -55,6 +70,18 @@ int runCommand(const QStringList& arguments, QTextStream& out, QTextStream& err)
     }
     if (name == "--version"_L1 || name == "-v"_L1) {
         out << companionName() << ' ' << BuildInfo::productVersion() << '\n';
+        return NothingFound;
+    }
+    if (name == "--manual"_L1) {
+        out << manualPage(overview(), helpTexts(err));
+        return NothingFound;
+    }
+    if (name == "--bash-completion"_L1) {
+        out << bashCompletion(helpTexts(err));
+        return NothingFound;
+    }
+    if (name == "--zsh-completion"_L1) {
+        out << zshCompletion(helpTexts(err));
         return NothingFound;
     }
     if (name == "help"_L1) {
