@@ -116,8 +116,10 @@ private:
 
     [[nodiscard]] QWidget* newCatalogueCell(int row);
     void fillRow(int row);
-    /// Says the verdict of a row's record to screen readers and returns its colour.
-    QColor showVerdict(int row);
+    /// Says the verdict of a row's record to screen readers.
+    void showVerdict(int row);
+    /// The colour that tells the same.
+    [[nodiscard]] QColor verdictColor(int row);
     [[nodiscard]] bool hasRecord(int row) const { return row >= 0 && row < m_applications.size(); }
 
     [[nodiscard]] bool isRestartAccepted();

@@ -5,16 +5,16 @@
 #include "app/debug.h"
 #include "install/downloadtarget.h"
 #include "install/ownupdate.h"
+#include "ui/cataloguecell.h"
 #include "ui/downloadprogress.h"
 #include "ui/plaintext.h"
+#include "ui/tablecolumn.h"
 #include "web/transfer.h"
 
 #include <QFile>
-#include <QLabel>
 #include <QLinearGradient>
 #include <QMessageBox>
 #include <QNetworkReply>
-#include <QPushButton>
 
 #include <algorithm>
 #include <array>
@@ -25,36 +25,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr QColor progressColor(127, 214, 127);
-
-void setLabel(const QWidget* cell, const QString& text)
-{
-    if (auto* label = cell->findChild<QLabel*>()) {
-        label->setText(text);
-    }
-}
-
-/// Switches a row's cell to its downloading or its idle look.
-void showCell(const QWidget* cell, bool isDownloading, const QString& text)
-{
-    if (!cell) {
-        return;
-    }
-    setLabel(cell, text);
-    auto* download = cell->findChild<QPushButton*>(u"downloadBtn"_s);
-    auto* cancel = cell->findChild<QPushButton*>(u"cancelBtn"_s);
-    QPushButton* shown = isDownloading ? cancel : download;
-    QPushButton* hidden = isDownloading ? download : cancel;
-    if (shown) {
-        shown->show();
-    }
-    if (hidden) {
-        // The window's word: it is not active yet when a box has just been answered.
-        if (shown && hidden->window()->focusWidget() == hidden) {
-            shown->setFocus(); // else it would go on to the next row's button
-        }
-        hidden->hide();
-    }
-}
 
 /// Moves the body into the file piece by piece, so that no second copy of it is held. Whether all
 /// of it could be written is deliberately not checked.
@@ -89,13 +59,15 @@ void MainWindow::startDownload(int row)
     Debug(Debug::Info) << "Download - '" << download.name << "' → " << url.toString();
     download.fileName = application.getFilename();
     download.webVersion = application.getWebVersion();
-    if (const QTableWidgetItem* item = m_ui->tableWidget->item(row, 0)) {
+    if (const QTableWidgetItem* item = m_ui->tableWidget->item(row, NameColumn)) {
         download.rowColor = item->background().color();
     }
     download.reply = m_network.get(QNetworkRequest(url));
     connectDownload(download.reply);
     m_downloads.insert(row, download);
-    showCell(m_ui->tableWidget->cellWidget(row, 2), true, u"0%"_s);
+    if (CatalogueCell* cell = CatalogueCell::in(*m_ui->tableWidget, row)) {
+        cell->showDownload(u"0%"_s);
+    }
 }
 
 bool MainWindow::isRestartAccepted()
@@ -156,8 +128,8 @@ void MainWindow::onDownloadProgress(int row, qint64 received, qint64 total)
         download->total = total;
     }
     const qint64 percentage = downloadPercentage(received, total);
-    if (const QWidget* cell = m_ui->tableWidget->cellWidget(row, 2)) {
-        setLabel(cell, QString::number(percentage) + u'%');
+    if (CatalogueCell* cell = CatalogueCell::in(*m_ui->tableWidget, row)) {
+        cell->setText(QString::number(percentage) + u'%');
     }
     paintProgress(row, double(percentage) / 100.0);
 }
@@ -165,9 +137,12 @@ void MainWindow::onDownloadProgress(int row, qint64 received, qint64 total)
 void MainWindow::paintProgress(int row, double progress)
 {
     const QTableWidget* table = m_ui->tableWidget;
-    const int rowWidth = table->columnWidth(0) + table->columnWidth(1) + table->columnWidth(2);
+    int rowWidth = 0;
+    for (int column = 0; column < TableColumns; ++column) {
+        rowWidth += table->columnWidth(column);
+    }
     int left = 0;
-    for (int column = 0; column < 3; ++column) {
+    for (int column = 0; column < TableColumns; ++column) {
         const int width = table->columnWidth(column);
         const ColumnSpan span{double(left) / rowWidth, double(left + width) / rowWidth};
         left += width;
@@ -225,9 +200,13 @@ void MainWindow::restoreRow(int row, const Download& download)
         return;
     }
     const bool isKnown = hasRecord(row);
-    showCell(m_ui->tableWidget->cellWidget(row, 2), false,
-             isKnown ? m_applications[row].getWebVersion() : download.webVersion);
-    table_setRowColor(row, isKnown ? showVerdict(row) : download.rowColor);
+    if (CatalogueCell* cell = CatalogueCell::in(*m_ui->tableWidget, row)) {
+        cell->showIdle(isKnown ? m_applications[row].getWebVersion() : download.webVersion);
+    }
+    if (isKnown) {
+        showVerdict(row);
+    }
+    table_setRowColor(row, isKnown ? verdictColor(row) : download.rowColor);
 }
 
 void MainWindow::moveDownloads()
@@ -255,7 +234,9 @@ void MainWindow::moveDownloads()
 void MainWindow::showDownloads()
 {
     for (auto download = m_downloads.cbegin(); download != m_downloads.cend(); ++download) {
-        showCell(m_ui->tableWidget->cellWidget(download.key(), 2), true, u"0%"_s);
+        if (CatalogueCell* cell = CatalogueCell::in(*m_ui->tableWidget, download.key())) {
+            cell->showDownload(u"0%"_s);
+        }
         onDownloadProgress(download.key(), download->received, download->total);
     }
 }

@@ -2,43 +2,28 @@
 #include "ui_mainwindow.h"
 
 #include "profiler/rowverdict.h"
+#include "ui/cataloguecell.h"
 #include "ui/columnfitter.h"
 #include "ui/plaintext.h"
-#include "ui/rowbutton.h"
-#include "ui/versionlabel.h"
+#include "ui/tablecolumn.h"
 
 #include <QApplication>
-#include <QHBoxLayout>
 #include <QPushButton>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-const QString cellStyleSheet =
-    u"QLabel { color: black; }"
-    "QPushButton { color: black; background-color: #d0d0d0; border: 1px solid #a0a0a0; "
-    "border-radius: 3px; }"
-    "QPushButton:hover { background-color: #c0c0c0; }"
-    "QPushButton:pressed { background-color: #b0b0b0; }"
-    "QPushButton#cancelBtn { color: red; }"_s;
-
-QPushButton* newRowButton(const QString& name, const QString& text, const QString& toolTip,
-                          QWidget* cell)
-{
-    auto* button = new RowButton(text, cell);
-    button->setObjectName(name);
-    button->setFixedSize(24, 24);
-    // Markup can stand behind its first line alone, where Qt does not look for any.
-    button->setToolTip(toolTip);
-    return button;
-}
-
 QTableWidgetItem* newBlackItem(const QString& text)
 {
     auto* item = new QTableWidgetItem(text);
     item->setForeground(QBrush(Qt::black));
     return item;
+}
+
+int versionOrder(const Application& application)
+{
+    return application.isInstall() ? application.versionsMatch() : 0;
 }
 
 /// A row by its name and, as a name can be listed more than once, by how many of that name precede
@@ -59,7 +44,7 @@ struct TablePlace
 
 QString nameIn(const QTableWidget& table, int row)
 {
-    const QTableWidgetItem* item = table.item(row, 0);
+    const QTableWidgetItem* item = table.item(row, NameColumn);
     return item ? item->text() : QString();
 }
 
@@ -104,12 +89,10 @@ void goToPlace(QTableWidget& table, const TablePlace& place)
         table.setCurrentCell(row, place.column);
     }
     const int row = rowOf(table, place.focused);
-    for (const QString& name : {u"downloadBtn"_s, u"cancelBtn"_s}) {
-        auto* button = row < 0 ? nullptr : table.cellWidget(row, 2)->findChild<QPushButton*>(name);
-        if (button && !button->isHidden()) {
-            button->setFocus();
-            table.scrollTo(table.model()->index(row, 0));
-        }
+    const CatalogueCell* cell = row < 0 ? nullptr : CatalogueCell::in(table, row);
+    if (cell && cell->shownButton()) {
+        cell->shownButton()->setFocus();
+        table.scrollTo(table.model()->index(row, NameColumn));
     }
 }
 
@@ -144,15 +127,14 @@ void MainWindow::table_init()
         // While it has no cells, which would be laid out twice: row numbers and scroll bar take
         // their room from the columns.
         table->doItemsLayout();
-        table->selectionModel()->setCurrentIndex(table->model()->index(0, 0),
+        table->selectionModel()->setCurrentIndex(table->model()->index(0, NameColumn),
                                                  QItemSelectionModel::NoUpdate);
         m_localVersionItems.reserve(rows);
         for (int row = 0; row < rows; ++row) {
             fillRow(row);
         }
         // Tab reaches the rows' buttons before the one below the table.
-        setTabOrder(table->cellWidget(rows - 1, 2)->findChild<QPushButton*>(u"downloadBtn"_s),
-                    m_ui->LoadButton);
+        setTabOrder(CatalogueCell::in(*table, rows - 1)->downloadButton(), m_ui->LoadButton);
     }
     table_setColor();
     showDownloads();
@@ -167,47 +149,32 @@ void MainWindow::fillRow(int row)
     const Application& application = m_applications[row];
     QTableWidget* table = m_ui->tableWidget;
 
-    table->setItem(row, 0, newBlackItem(m_webAppNames[row]));
+    table->setItem(row, NameColumn, newBlackItem(m_webAppNames[row]));
 
     QTableWidgetItem* localVersion = newBlackItem(QString());
     localVersion->setTextAlignment(Qt::AlignCenter);
     m_localVersionItems.append(localVersion);
-    table->setItem(row, 1, localVersion);
+    table->setItem(row, LocalVersionColumn, localVersion);
 
     auto* catalogue = new QTableWidgetItem;
     catalogue->setData(Qt::AccessibleTextRole, application.getWebVersion());
-    table->setItem(row, 2, catalogue);
-    table->setCellWidget(row, 2, newCatalogueCell(row));
+    table->setItem(row, CatalogueColumn, catalogue);
+    table->setCellWidget(row, CatalogueColumn, newCatalogueCell(row));
     catalogue->setToolTip(plainToolTip("Filename: "_L1 + application.getFilename() +
                                        "\nRelease Date: "_L1 + application.getReleaseDate()));
 }
 
 QWidget* MainWindow::newCatalogueCell(int row)
 {
-    const Application& application = m_applications[row];
     // A child of the viewport from the start: re-parenting would polish its styles a second time.
-    auto* cell = new QWidget(m_ui->tableWidget->viewport());
-    cell->setStyleSheet(cellStyleSheet);
-    auto* layout = new QHBoxLayout(cell);
-    layout->setContentsMargins(4, 0, 4, 0);
-    layout->setSpacing(4);
-
-    auto* version = new VersionLabel(application.getWebVersion(), cell);
-    version->setTextFormat(Qt::PlainText); // a version is not markup
-    version->setAlignment(Qt::AlignCenter);
-    layout->addWidget(version, 1);
-
-    auto* cancel = newRowButton(u"cancelBtn"_s, u"✕"_s, tr("Cancel download"), cell);
-    cancel->setAccessibleName(tr("Cancel download of %1").arg(m_webAppNames[row]));
-    cancel->hide();
-    connect(cancel, &QPushButton::clicked, this, [this, row] { cancelDownload(row); });
-    layout->addWidget(cancel, 0);
-
-    auto* download = newRowButton(u"downloadBtn"_s, u"⤓"_s,
-                                  tr("Download & install:\n") + application.getFilename(), cell);
-    download->setAccessibleName(tr("Download %1").arg(m_webAppNames[row]));
-    connect(download, &QPushButton::clicked, this, [this, row] { startDownload(row); });
-    layout->addWidget(download, 0);
+    auto* cell = new CatalogueCell({.name = m_webAppNames[row],
+                                    .version = m_applications[row].getWebVersion(),
+                                    .fileName = m_applications[row].getFilename()},
+                                   m_ui->tableWidget->viewport());
+    connect(cell->cancelButton(), &QPushButton::clicked, this,
+            [this, row] { cancelDownload(row); });
+    connect(cell->downloadButton(), &QPushButton::clicked, this,
+            [this, row] { startDownload(row); });
     return cell;
 }
 
@@ -230,9 +197,9 @@ void MainWindow::table_clear()
     m_localVersionItems.clear();
     // Cell by cell, since the view never forgets the address of a cell that goes with its row.
     for (int row = 0; row < m_ui->tableWidget->rowCount(); ++row) {
-        if (QWidget* cell = m_ui->tableWidget->cellWidget(row, 2)) {
+        if (QWidget* cell = m_ui->tableWidget->cellWidget(row, CatalogueColumn)) {
             cell->hide(); // as it lives on up to the event loop
-            m_ui->tableWidget->removeCellWidget(row, 2);
+            m_ui->tableWidget->removeCellWidget(row, CatalogueColumn);
         }
     }
     m_ui->tableWidget->setRowCount(0);
@@ -260,7 +227,8 @@ void MainWindow::table_setColor()
 {
     const qsizetype rows = std::min(m_webAppNames.size(), m_applications.size());
     for (int row = 0; row < rows; ++row) {
-        const QColor color = showVerdict(row);
+        showVerdict(row);
+        const QColor color = verdictColor(row);
         if (const auto download = m_downloads.find(row); download != m_downloads.end()) {
             // A running download colours its row itself, up to its end.
             download->rowColor = color;
@@ -270,20 +238,24 @@ void MainWindow::table_setColor()
     }
 }
 
-QColor MainWindow::showVerdict(int row)
+void MainWindow::showVerdict(int row)
+{
+    if (QTableWidgetItem* item = m_ui->tableWidget->item(row, NameColumn)) {
+        const Application& application = m_applications[row];
+        item->setData(Qt::AccessibleDescriptionRole,
+                      rowVerdict(application.isInstall(), versionOrder(application)));
+    }
+}
+
+QColor MainWindow::verdictColor(int row)
 {
     const Application& application = m_applications[row];
-    const bool isInstalled = application.isInstall();
-    const int order = isInstalled ? application.versionsMatch() : 0;
-    if (QTableWidgetItem* item = m_ui->tableWidget->item(row, 0)) {
-        item->setData(Qt::AccessibleDescriptionRole, rowVerdict(isInstalled, order));
-    }
-    return m_colors[rowColorKey(isInstalled, order)];
+    return m_colors[rowColorKey(application.isInstall(), versionOrder(application))];
 }
 
 void MainWindow::table_setRowColor(int row, const QColor& color)
 {
-    for (int column = 0; column < 3; ++column) {
+    for (int column = 0; column < TableColumns; ++column) {
         if (QTableWidgetItem* item = m_ui->tableWidget->item(row, column)) {
             item->setBackground(QBrush(color, Qt::SolidPattern));
         }
