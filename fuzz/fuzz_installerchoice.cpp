@@ -127,6 +127,12 @@ int scoreOf(const QString& name, bool onArm)
     return (fits ? 2 : 0) - (fitsOther ? 1 : 0);
 }
 
+/// For names that end as an installer's does.
+QString nameWithoutEnding(const QString& name)
+{
+    return name.section(u'.', 0, -2);
+}
+
 /// The rules in their order; the first one that tells two candidates apart decides.
 bool isBetter(const InstallerCandidate& a, const QString& pathOfA, const InstallerCandidate& b,
               const QString& pathOfB)
@@ -141,6 +147,9 @@ bool isBetter(const InstallerCandidate& a, const QString& pathOfA, const Install
     if (const bool isShadow = pathOfB.section(u'/', 0, -2).section(u'/', 0, 0) == shadow;
         (pathOfA.section(u'/', 0, -2).section(u'/', 0, 0) == shadow) != isShadow) {
         return isShadow;
+    }
+    if (const QString stem = nameWithoutEnding(b.name); nameWithoutEnding(a.name) != stem) {
+        return nameWithoutEnding(a.name) < stem;
     }
     return a.name != b.name ? a.name < b.name : pathOfA < pathOfB;
 }

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <tuple>
+#include <utility>
+#include <vector>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -24,12 +26,19 @@ const QStringList& installerPatterns()
     return patterns;
 }
 
+/// @p name without the ending that makes it an installer's: "Tool" of "Tool.app".
+QString stemOf(const QString& name)
+{
+    return hasInstallerEnding(name) ? name.first(name.lastIndexOf(u'.')) : name;
+}
+
 /// What decides between items of equal score, by their paths below the archive's folder: the lesser
-/// tuple is the better item's.
+/// tuple is the better item's. By whole names alone a blank would come before a dot, and so "Tool
+/// Helper.app" before "Tool.app".
 auto tieRank(const QString& path)
 {
     const QString name = path.sliced(path.lastIndexOf(u'/') + 1);
-    return std::tuple(path.count(u'/'), isShadowItem(path), name, path);
+    return std::tuple(path.count(u'/'), isShadowItem(path), stemOf(name), name, path);
 }
 
 } // namespace
@@ -88,14 +97,21 @@ QString tieReason(const QString& better, const QString& worse)
 
 void sortInstallers(QList<InstallerCandidate>& candidates, const QString& folder)
 {
+    // Each rank is made once: making one costs more than comparing many.
     const QDir root(folder);
     const auto rank = [&root](const InstallerCandidate& candidate) {
         return std::pair(-candidate.score, tieRank(root.relativeFilePath(candidate.path)));
     };
-    std::sort(candidates.begin(), candidates.end(),
-              [&rank](const InstallerCandidate& a, const InstallerCandidate& b) {
-                  return rank(a) < rank(b);
-              });
+    using Ranked = std::pair<decltype(rank(candidates[0])), InstallerCandidate>;
+    std::vector<Ranked> ranked;
+    ranked.reserve(static_cast<std::size_t>(candidates.size()));
+    for (const InstallerCandidate& candidate : std::as_const(candidates)) {
+        ranked.emplace_back(rank(candidate), candidate);
+    }
+    std::sort(ranked.begin(), ranked.end(),
+              [](const Ranked& a, const Ranked& b) { return a.first < b.first; });
+    std::transform(ranked.cbegin(), ranked.cend(), candidates.begin(),
+                   [](const Ranked& one) { return one.second; });
 }
 
 QList<InstallerCandidate> installerCandidates(const QString& folder, const QString& architecture)

@@ -31,7 +31,7 @@ struct InstallerCandidate
 /// Orders @p candidates, which lie below @p folder, best first.
 ///
 /// Of equal scores the item that lies least deep comes first, then one that is no shadow item,
-/// then the first by name.
+/// then the first by name: by the name without its installer's ending, then by all of it.
 void sortInstallers(QList<InstallerCandidate>& candidates, const QString& folder);
 
 /// Why, of two items of equal score, the one at @p better comes before the one at @p worse, in

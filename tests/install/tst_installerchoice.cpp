@@ -325,6 +325,11 @@ void TestInstallerChoice::ordersTheBestFirst_data()
     row("that folder below another one is none",
         {u"a/__MACOSX/A.app"_s, u"a/b/B.app"_s, u"__MACOSX/a/A.app"_s});
     row("then by name", {u"A.app"_s, u"B.app"_s, u"C.dmg"_s, u"a.app"_s});
+    row("by name without its ending first",
+        {u"Caffeine.app"_s, u"Caffeine Helper.app"_s, u"Caffeine-2.dmg"_s});
+    row("then by the ending", {u"Tool.app"_s, u"Tool.dmg"_s, u"Tool.pkg"_s});
+    row("one ending alone is left out", {u"Tool.pkg"_s, u"Tool.dmg.pkg"_s, u"Tool1.app"_s});
+    row("an ending in any letter case", {u"Tool.APP"_s, u"Tool Helper.app"_s});
     row("by name, not by the folder's", {u"z/A.app"_s, u"a/B.app"_s});
     row("same name, by the path", {u"a/Tool.app"_s, u"b/Tool.app"_s, u"c/Tool.app"_s});
     row("equal scores below 0 alike", {u"B-x64.app"_s, u"a/A-x64.app"_s});

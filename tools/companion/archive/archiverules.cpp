@@ -4,6 +4,8 @@
 #include "profiler/versionorder.h"
 #include "system/sysprofiler.h"
 
+#include <QHash>
+#include <QSet>
 #include <QTemporaryFile>
 
 #include <algorithm>
@@ -18,16 +20,15 @@ using Findings = QList<Finding>;
 Findings firstOfEachRule(const Findings& findings)
 {
     Findings first;
+    QHash<QString, qsizetype> counts;
     for (const Finding& finding : findings) {
-        const auto isAlike = [&finding](const Finding& other) {
-            return other.rule == finding.rule;
-        };
-        if (std::none_of(first.cbegin(), first.cend(), isAlike)) {
-            const auto count = std::count_if(findings.cbegin(), findings.cend(), isAlike);
+        if (++counts[finding.rule] == 1) {
             first.append(finding);
-            if (count > 1) {
-                first.last().problem += u", and so with %1 more"_s.arg(count - 1);
-            }
+        }
+    }
+    for (Finding& finding : first) {
+        if (const qsizetype others = counts.value(finding.rule) - 1; others > 0) {
+            finding.problem += u", and so with %1 more"_s.arg(others);
         }
     }
     return first;
@@ -51,13 +52,22 @@ void checkLinks(const ArchiveContent& archive, const InstallerCandidate& best, F
 void checkTies(const QList<InstallerCandidate>& candidates, Findings& findings)
 {
     const InstallerCandidate& best = candidates.constFirst();
+    // What another processor's choice has told already. There may be many ties, each of which is
+    // new.
+    QSet<QString> known;
+    for (const Finding& finding : std::as_const(findings)) {
+        known.insert(finding.problem);
+    }
     for (const InstallerCandidate& other : candidates.sliced(1)) {
         const bool isInside = other.path.startsWith(best.path + u'/');
         if (other.score != best.score || isInside) {
             continue;
         }
-        addOnce(findings, isShadowItem(other.path) ? u"archive-shadow"_s : u"archive-tie"_s,
-                u"%1 fits as well as %2"_s.arg(quoted(other.path), quoted(best.path)));
+        const Finding tie{isShadowItem(other.path) ? u"archive-shadow"_s : u"archive-tie"_s,
+                          u"%1 fits as well as %2"_s.arg(quoted(other.path), quoted(best.path))};
+        if (!known.contains(tie.problem)) {
+            findings.append(tie);
+        }
     }
 }
 
