@@ -408,7 +408,7 @@ void TestArchive::tellsChoiceAndReason_data()
 
     const auto row = [](const char* what, const QList<QByteArray>& names,
                         const QStringList& lines) { QTest::newRow(what) << zipOf(names) << lines; };
-    const QString sound = u"  unzip -t: ends with 0, all went well"_s;
+    const QString sound = u"  unzip: ends with 0, all went well"_s;
     row("one item", {"Tool.pkg"},
         {u"  arm64: opens 'Tool.pkg', which names no processor"_s, u"    [score 0] 'Tool.pkg'"_s,
          u"  x86_64: opens 'Tool.pkg', which names no processor"_s, u"    [score 0] 'Tool.pkg'"_s,
@@ -462,12 +462,33 @@ void TestArchive::tellsWhatHarms_data()
     QByteArray damaged = zipOf({"T.pkg"});
     damaged[30 + 5] = 'y';
     row("damaged data", damaged, none,
-        u"error: unzip's own test ends with 2: the archive's format is wrong somewhere. "_s,
+        u"error: unzip ends with 2: the archive's format is wrong somewhere. "_s,
         u"archive-fails"_s);
     row("bytes before the archive", "#!/bin/sh\n" + zipOf({"T.pkg"}), none, u"error: "_s,
         u"archive"_s);
     row("absolute name", zipOf({"/T.pkg"}), none, u"error: '/T.pkg' leads out of its folder. "_s,
         u"archive-name"_s);
+    const auto named = [](const QByteArray& name, ZipMaker::System system) {
+        ZipMaker zip;
+        zip.add({.name = "A.pkg"});
+        zip.add({.name = name, .system = system});
+        return zip.bytes();
+    };
+    const QString a = u"opens 'A.pkg', which names no processor"_s;
+    row("letters of DOS in UTF-8", named("\u00c9t\u00e9.txt", ZipMaker::Dos), a,
+        u"error: '\u00c9t\u00e9.txt' was not packed as on Unix. "_s, u"archive-letters"_s);
+    row("letters of NTFS", named("\u00c9.txt", ZipMaker::Ntfs), a,
+        u"error: '\u00c9.txt' was not packed as on Unix. "_s, u"archive-letters"_s);
+    row("letters of DOS in its code page", named("\x90.txt", ZipMaker::Dos), a,
+        u"error: '\u00c9.txt' is no UTF-8 text. "_s, u"archive-bytes"_s);
+    row("letters in Latin-1", named("\xc9.txt", ZipMaker::Unix), a,
+        u"error: '\u2554.txt' is no UTF-8 text. "_s, u"archive-bytes"_s);
+    row("letters of Unix", named("\u00c9.txt", ZipMaker::Unix), a,
+        u"warning: '\u00c9.txt' is not all ASCII. "_s, u"archive-accents"_s);
+    row("letters of macOS", named("\u00c9.txt", ZipMaker::Darwin), a,
+        u"warning: '\u00c9.txt' is not all ASCII. "_s, u"archive-accents"_s);
+    row("what unzip makes of them", named("\x90.pkg", ZipMaker::Dos), a, u"error: "_s,
+        u"archive-bytes"_s);
     row("tie", zipOf({"A.pkg", "B.pkg"}),
         u"opens 'A.pkg', which names no processor; by name it is before 'B.pkg'"_s,
         u"warning: 'B.pkg' fits as well as 'A.pkg'. "_s, u"archive-tie"_s);

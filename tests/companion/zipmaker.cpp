@@ -38,7 +38,7 @@ void ZipMaker::add(const Item& item)
         writeCommon(stream, item);
     }
     m_body += item.name + item.content;
-    const quint32 attributes = item.system == Unix ? item.mode << 16U : 0;
+    const quint32 attributes = item.system == Unix || item.system == Darwin ? item.mode << 16U : 0;
     {
         QDataStream stream(&m_directory, QIODevice::Append);
         stream.setByteOrder(QDataStream::LittleEndian);

@@ -10,7 +10,9 @@ public:
     enum System
     {
         Dos = 0,
-        Unix = 3
+        Unix = 3,
+        Ntfs = 10,
+        Darwin = 19
     };
     struct Item
     {

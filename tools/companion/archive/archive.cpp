@@ -5,16 +5,14 @@
 #include "companion/report/commandline.h"
 #include "companion/report/finding.h"
 #include "companion/report/texttable.h"
-#include "install/unpacking.h"
 
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QTextStream>
 
-#include <algorithm>
+#include <atomic>
 #include <optional>
 
 using namespace Qt::Literals::StringLiterals;
@@ -29,28 +27,15 @@ struct ArchiveReport
     QString file;
     QHash<QString, QList<InstallerCandidate>> candidates; ///< by processor, best first
     QStringList excluded;
-    std::optional<int> unzipCode; ///< of its own test; nothing where unzip is missing
+    std::optional<int> unzipCode; ///< nothing where unzip is missing
     bool isUnpacked = false;      ///< whether the client gets as far as to choose
     QList<Finding> findings;
 };
 
-/// unzip's verdict on the archive's data: the code that it ends with.
-std::optional<int> testByUnzip(const QString& path)
+QList<Finding> contentFindings(const ArchiveContent& archive, const UnpackedArchive& unpacked,
+                               const QString& previous)
 {
-    QProcess unzip;
-    unzip.setStandardOutputFile(QProcess::nullDevice());
-    unzip.setStandardErrorFile(QProcess::nullDevice());
-    startUnzip(unzip, {u"-tqq"_s, QFileInfo(path).absoluteFilePath()});
-    if (!unzip.waitForStarted() || !unzip.waitForFinished(-1) ||
-        unzip.exitStatus() != QProcess::NormalExit) {
-        return std::nullopt;
-    }
-    return unzip.exitCode();
-}
-
-QList<Finding> contentFindings(const ArchiveContent& archive, const QString& previous)
-{
-    QList<Finding> findings = archiveFindings(archive);
+    QList<Finding> findings = archiveFindings(archive, unpacked);
     if (!archive.error().isEmpty()) {
         return findings;
     }
@@ -63,23 +48,26 @@ QList<Finding> contentFindings(const ArchiveContent& archive, const QString& pre
     return findings;
 }
 
-ArchiveReport examine(const QString& file, const QString& previous)
+ArchiveReport examine(const QString& file, const QString& previous,
+                      const std::atomic<bool>& isStopped)
 {
     ArchiveReport report;
     report.file = file;
     const ArchiveContent archive(file);
-    report.findings = contentFindings(archive, previous);
-    report.unzipCode = testByUnzip(file);
-    const int code = report.unzipCode.value_or(0);
-    if (code != 0 && archive.failures().isEmpty()) {
-        report.findings.append(
-            {u"archive-fails"_s,
-             u"unzip's own test ends with %1: %2"_s.arg(code).arg(unzipMeaning(code))});
-    }
+    const UnpackedArchive unpacked = unpackArchive(file, isStopped);
+    report.unzipCode = unpacked.unzipCode;
+    report.findings = contentFindings(archive, unpacked, previous);
     for (Finding& finding : report.findings) {
         finding.file = file;
     }
-    report.isUnpacked = archive.error().isEmpty() && archive.failures().isEmpty() && code == 0;
+    report.isUnpacked = report.unzipCode
+                            ? report.unzipCode == 0
+                            : archive.error().isEmpty() && archive.failures().isEmpty();
+    if (report.unzipCode && report.isUnpacked) {
+        report.candidates = unpacked.candidates;
+        report.excluded = unpacked.excluded;
+        return report;
+    }
     for (const QString& processor : processors()) {
         report.candidates.insert(processor, archive.candidates(processor));
     }
@@ -124,10 +112,10 @@ void writeReport(const ArchiveReport& report, QTextStream& out)
         out << "  left out: " << quoted(path) << ", as its name holds \"Uninstall\"\n";
     }
     if (report.unzipCode) {
-        out << "  unzip -t: ends with " << *report.unzipCode << ", "
-            << unzipMeaning(*report.unzipCode) << '\n';
+        out << "  unzip: ends with " << *report.unzipCode << ", " << unzipMeaning(*report.unzipCode)
+            << '\n';
     } else {
-        out << "  unzip -t: not run, as /usr/bin/unzip is missing\n";
+        out << "  unzip: not run, as /usr/bin/unzip is missing\n";
     }
     writeFindings(report.findings, out);
 }
@@ -189,13 +177,14 @@ int runArchive(const QStringList& arguments, QTextStream& out, QTextStream& err)
         }
     }
 
+    const std::atomic<bool> isStopped = false;
     QList<ArchiveReport> reports;
     bool hasFailed = false;
     for (const QString& file : files) {
         if (files.size() > 1) {
             err << "reading " << printable(file) << Qt::endl;
         }
-        reports.append(examine(file, previous));
+        reports.append(examine(file, previous, isStopped));
         hasFailed = isFailure(reports.constLast().findings, line.isStrict()) || hasFailed;
     }
     write(reports, line.isJson(), out);

@@ -92,6 +92,21 @@ QString ArchiveContent::itemName(quint64 item) const
                               : name;
 }
 
+void ArchiveContent::checkName(quint64 item, quint8 system, const QString& shown)
+{
+    const QByteArray raw = zip_get_name(m_zip.get(), item, ZIP_FL_ENC_RAW);
+    if (std::all_of(raw.cbegin(), raw.cend(), [](char c) { return c >= 0; })) {
+        return;
+    }
+    if (!raw.isValidUtf8()) {
+        m_nameFindings.append({u"archive-bytes"_s, u"%1 is no UTF-8 text"_s.arg(shown)});
+    } else if (system != ZIP_OPSYS_UNIX && system != ZIP_OPSYS_OS_X) {
+        m_nameFindings.append({u"archive-letters"_s, u"%1 was not packed as on Unix"_s.arg(shown)});
+    } else {
+        m_nameFindings.append({u"archive-accents"_s, u"%1 is not all ASCII"_s.arg(shown)});
+    }
+}
+
 void ArchiveContent::addItem(quint64 item)
 {
     zip_stat_t about;
@@ -103,6 +118,7 @@ void ArchiveContent::addItem(quint64 item)
 
     QString name = itemName(item);
     const QString shown = quoted(name);
+    checkName(item, system, shown);
     if ((about.valid & ZIP_STAT_ENCRYPTION_METHOD) && about.encryption_method != ZIP_EM_NONE) {
         m_failures.append({u"archive-encrypted"_s, u"%1 is encrypted"_s.arg(shown)});
         return;

@@ -22,6 +22,8 @@ public:
     [[nodiscard]] QString error() const { return m_error; }
     /// What keeps unzip from ending with 0, as far as the directory shows it.
     [[nodiscard]] const QList<Finding>& failures() const { return m_failures; }
+    /// What is wrong with the items' names, although unzip ends with 0.
+    [[nodiscard]] const QList<Finding>& nameFindings() const { return m_nameFindings; }
     /// What the client would choose from on a machine of that processor, best first; the paths are
     /// relative.
     [[nodiscard]] QList<InstallerCandidate> candidates(const QString& architecture) const;
@@ -37,6 +39,9 @@ public:
 private:
     void readDirectory();
     void addItem(quint64 item);
+    /// Looks at how unzip would write the item's name, @p shown, of a file system of kind
+    /// @p system.
+    void checkName(quint64 item, quint8 system, const QString& shown);
     [[nodiscard]] QString itemName(quint64 item) const;
     [[nodiscard]] QByteArray itemContent(quint64 item) const;
     /// Whether the text of the link at @p path leads out of the folder.
@@ -54,4 +59,5 @@ private:
     QString m_error;
     UnpackedTree m_tree;
     QList<Finding> m_failures;
+    QList<Finding> m_nameFindings;
 };

@@ -1,5 +1,6 @@
 #include "companion/archive/archiverules.h"
 
+#include "companion/archive/unzipresult.h"
 #include "companion/report/texttable.h"
 #include "profiler/versionorder.h"
 #include "system/sysprofiler.h"
@@ -71,9 +72,9 @@ void checkTies(const QList<InstallerCandidate>& candidates, Findings& findings)
     }
 }
 
-void checkChoice(const ArchiveContent& archive, const QString& processor, Findings& findings)
+void checkChoice(const ArchiveContent& archive, const QString& processor,
+                 const QList<InstallerCandidate>& candidates, Findings& findings)
 {
-    const QList<InstallerCandidate> candidates = archive.candidates(processor);
     if (candidates.isEmpty()) {
         addOnce(findings, u"archive-nothing"_s, u"nothing in it can be opened"_s);
         return;
@@ -125,14 +126,23 @@ const QStringList& processors()
     return names;
 }
 
-QList<Finding> archiveFindings(const ArchiveContent& archive)
+QList<Finding> archiveFindings(const ArchiveContent& archive, const UnpackedArchive& unpacked)
 {
-    if (!archive.error().isEmpty()) {
+    const bool isUnpacked = unpacked.unzipCode == 0;
+    if (!archive.error().isEmpty() && !isUnpacked) {
         return {{u"archive-unreadable"_s, archive.error()}};
     }
-    Findings findings = archive.failures();
+    Findings findings = isUnpacked ? Findings() : archive.failures();
+    if (const int code = unpacked.unzipCode.value_or(0); code != 0 && findings.isEmpty()) {
+        findings.append(
+            {u"archive-fails"_s, u"unzip ends with %1: %2"_s.arg(code).arg(unzipMeaning(code))});
+    }
+    findings += archive.nameFindings();
     for (const QString& processor : processors()) {
-        checkChoice(archive, processor, findings);
+        checkChoice(archive, processor,
+                    isUnpacked ? unpacked.candidates.value(processor)
+                               : archive.candidates(processor),
+                    findings);
     }
     return firstOfEachRule(findings);
 }

@@ -229,6 +229,23 @@ QList<Rule> archiveRules()
          u"unzip changes the name and warns, which the client takes for a failure: nothing is "
          "opened."_s,
          u"Make the archive inside the folder that holds the items."_s},
+        {u"archive-bytes"_s, Severity::Error, u"An item's name is no UTF-8 text."_s,
+         u"unzip writes bytes that a Mac's file system refuses, and that no name of the client's "
+         u"can "
+         "hold: the item is not found."_s,
+         u"Rename the item, best with ASCII letters alone, and make the archive anew."_s},
+        {u"archive-letters"_s, Severity::Error,
+         u"A name with other letters than ASCII's was packed as on Windows or DOS."_s,
+         u"unzip takes the letters for those of an old code page, whatever the archive says of "
+         u"them, "
+         "and writes others or what a Mac's file system refuses: nothing, or another item, is "
+         "opened."_s,
+         u"Make the archive on a Mac or on Unix, or rename the item with ASCII letters alone."_s},
+        {u"archive-accents"_s, Severity::Warning,
+         u"An item's name has other letters than ASCII's."_s,
+         u"A Mac's unzip writes the bytes as they stand; one that knows Unicode writes them as its "
+         "locale has them, or as \"#U00e9\" where the locale has no such letter."_s,
+         u"Name items with ASCII letters alone; else try the archive on a Mac."_s},
         {u"archive-encrypted"_s, Severity::Error, u"An item is encrypted."_s,
          u"The client has no password: unzip fails, and nothing is opened."_s,
          u"Make the archive without a password."_s},

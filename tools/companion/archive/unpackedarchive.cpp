@@ -1,0 +1,97 @@
+#include "companion/archive/unpackedarchive.h"
+
+#include "companion/archive/archiverules.h"
+#include "install/unpacking.h"
+
+#include <QDirIterator>
+#include <QFileInfo>
+#include <QProcess>
+#include <QTemporaryDir>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int patience = 100; // ms, between two looks at whether to stop
+
+/// unzip's verdict; nothing when there is none.
+std::optional<int> runUnzip(const QStringList& arguments, const std::atomic<bool>& isStopped)
+{
+    QProcess unzip;
+    // What unzip writes must not hang on where the companion is run: users have UTF-8.
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+#ifdef Q_OS_MACOS
+    environment.insert(u"LC_ALL"_s, u"en_US.UTF-8"_s);
+#else
+    environment.insert(u"LC_ALL"_s, u"C.UTF-8"_s);
+#endif
+    // Options that the publisher has set for their own use are none of the client's.
+    environment.remove(u"UNZIP"_s);
+    environment.remove(u"UNZIPOPT"_s);
+    unzip.setProcessEnvironment(environment);
+    unzip.setStandardOutputFile(QProcess::nullDevice());
+    unzip.setStandardErrorFile(QProcess::nullDevice());
+    startUnzip(unzip, arguments);
+    if (!unzip.waitForStarted()) {
+        return std::nullopt;
+    }
+    while (unzip.state() != QProcess::NotRunning && !unzip.waitForFinished(patience)) {
+        if (isStopped) {
+            unzip.kill();
+            unzip.waitForFinished();
+            return std::nullopt;
+        }
+    }
+    return unzip.exitStatus() == QProcess::NormalExit ? std::optional(unzip.exitCode())
+                                                      : std::nullopt;
+}
+
+/// So that all of it can be removed: archives have folders that nobody may write to.
+void openFolders(const QString& folder)
+{
+    QDirIterator folders(folder,
+                         QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot | QDir::NoSymLinks,
+                         QDirIterator::Subdirectories);
+    while (folders.hasNext()) {
+        QFile::setPermissions(folders.next(),
+                              QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
+}
+
+QStringList excludedItems(const QString& folder)
+{
+    QStringList paths;
+    QDirIterator items(folder, QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot,
+                       QDirIterator::Subdirectories);
+    while (items.hasNext()) {
+        const QString path = items.next();
+        if (hasInstallerEnding(items.fileName()) && isExcludedInstaller(items.fileName())) {
+            paths.append(path.sliced(folder.size() + 1));
+        }
+    }
+    paths.sort();
+    return paths;
+}
+
+} // namespace
+
+UnpackedArchive unpackArchive(const QString& path, const std::atomic<bool>& isStopped)
+{
+    UnpackedArchive unpacked;
+    const QTemporaryDir folder;
+    if (!folder.isValid()) {
+        return unpacked;
+    }
+    unpacked.unzipCode =
+        runUnzip({u"-o"_s, QFileInfo(path).absoluteFilePath(), u"-d"_s, folder.path()}, isStopped);
+    for (const QString& processor : processors()) {
+        QList<InstallerCandidate>& items = unpacked.candidates[processor];
+        items = installerCandidates(folder.path(), processor);
+        for (InstallerCandidate& item : items) {
+            item.path.remove(0, folder.path().size() + 1);
+        }
+    }
+    unpacked.excluded = excludedItems(folder.path());
+    openFolders(folder.path());
+    return unpacked;
+}
