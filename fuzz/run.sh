@@ -23,7 +23,7 @@ targets=$*
 [ -n "$targets" ] || targets=$(ls fuzz/corpus)
 
 on_mac || install_packages clang++=clang libclang-rt-dev llvm-symbolizer=llvm cmake=cmake \
-    ninja=ninja-build qt6-base-dev
+    ninja=ninja-build qt6-base-dev libzip-dev
 build_preset fuzz quillmere_fuzzers
 
 corpus=build/fuzz/corpus

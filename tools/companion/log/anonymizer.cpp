@@ -58,7 +58,7 @@ Anonymizer::Anonymizer(const QByteArray& log)
 
 QString Anonymizer::anonymous(const QString& text) const
 {
-    static const QRegularExpression credentials(u"(?<=://)[^/@\\s]+@"_s);
+    static const QRegularExpression credentials(u"(?<=://)[^/\\s]+@"_s);
     QString result = text;
     result.remove(credentials);
     for (const QString& home : m_homes) {
