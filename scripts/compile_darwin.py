@@ -26,7 +26,7 @@ PLANTED = (("#include <endian.h>\n", "'endian.h' file not found"),
            ('#include <format>\nauto text = std::format("{}", 1);\n', "introduced in macOS 13"))
 
 DROPPED_WITH_VALUE = {"-o", "-MT", "-MF"}
-DROPPED = {"-MD", "-c"}
+DROPPED = {"-MD", "-c", "-Werror"}  # what newer compilers warn of is another check
 
 
 def clang(toolchain, others, processor):
