@@ -680,6 +680,12 @@ void TestCheck::looksAtTheArchives_data()
     nested.add({.name = "Tool.app/Contents/Info.plist", .content = plist("1.0")});
     nested.add({.name = "Tool.app/Contents/Helper.app/x"});
     row("an application inside the application", nested.bytes(), {});
+    row("a name that is no UTF-8", zipOf({"Tool.pkg", "\xc9.txt"}), {u"2 archive-bytes"_s});
+    row("a name with accents", zipOf({"Tool.pkg", "\u00c9.txt"}), {u"2 archive-accents"_s});
+    ZipMaker windows;
+    windows.add({.name = "Tool.pkg"});
+    windows.add({.name = "\u00c9.txt", .system = ZipMaker::Dos});
+    row("a name with accents of Windows", windows.bytes(), {u"2 archive-letters"_s});
     row("a shadow folder", zipOf({"in/Tool.pkg/a", "__MACOSX/Tool.pkg/._a"}),
         {u"2 archive-shadow"_s});
     row("the bundle's version", bundleZip(plist("1.0")), {});

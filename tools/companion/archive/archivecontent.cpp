@@ -50,6 +50,12 @@ QString lastStep(const QString& path)
 
 } // namespace
 
+const QStringList& processors()
+{
+    static const QStringList names = {u"arm64"_s, u"x86_64"_s};
+    return names;
+}
+
 void ArchiveContent::Closer::operator()(zip* archive) const
 {
     zip_discard(archive); // closes it without a change

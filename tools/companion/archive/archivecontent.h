@@ -8,6 +8,9 @@
 
 struct zip;
 
+/// The processors that the client tells apart.
+[[nodiscard]] const QStringList& processors();
+
 /// A .zip archive as the client unpacks it and looks for what to open. Reads the archive's
 /// directory, and nothing else unless it is asked for.
 class ArchiveContent

@@ -120,12 +120,6 @@ Finding comparedVersions(const QString& bundle, const QString& version,
 
 } // namespace
 
-const QStringList& processors()
-{
-    static const QStringList names = {u"arm64"_s, u"x86_64"_s};
-    return names;
-}
-
 QList<Finding> archiveFindings(const ArchiveContent& archive, const UnpackedArchive& unpacked)
 {
     const bool isUnpacked = unpacked.unzipCode == 0;

@@ -3,9 +3,6 @@
 #include "companion/archive/archivecontent.h"
 #include "companion/archive/unpackedarchive.h"
 
-/// The processors that the client tells apart.
-[[nodiscard]] const QStringList& processors();
-
 /// What harms those who download the archive; of many items with one rule the first is named. Where
 /// unzip has unpacked it, what @p unpacked tells counts, not what the directory lets expect.
 [[nodiscard]] QList<Finding> archiveFindings(const ArchiveContent& archive,

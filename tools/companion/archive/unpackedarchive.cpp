@@ -1,6 +1,6 @@
 #include "companion/archive/unpackedarchive.h"
 
-#include "companion/archive/archiverules.h"
+#include "companion/archive/archivecontent.h"
 #include "install/unpacking.h"
 
 #include <QDirIterator>
