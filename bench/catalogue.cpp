@@ -12,6 +12,9 @@
 
 #ifdef __GLIBC__
 #include <malloc.h>
+#if __GLIBC_PREREQ(2, 33)
+#define QUILLMERE_HAS_MALLINFO2
+#endif
 #endif
 
 using namespace Qt::Literals::StringLiterals;
@@ -73,7 +76,7 @@ Benchmark catalogueParse()
 /// The bytes that are allocated; where the C library does not tell, those of the whole process.
 double heapBytes()
 {
-#if defined(__GLIBC__) && __GLIBC_PREREQ(2, 33)
+#ifdef QUILLMERE_HAS_MALLINFO2
     const struct mallinfo2 info = mallinfo2();
     return double(info.uordblks + info.hblkhd);
 #else

@@ -27,9 +27,6 @@ protected:
     void paintEvent(QPaintEvent* /*event*/) override
     {
         QPixmap picture = movie()->currentPixmap();
-        if (picture.isNull()) {
-            return;
-        }
         // The next picture is made for the screen that the window is on by now.
         movie()->setScaledSize(pictureSize * devicePixelRatioF());
         picture.setDevicePixelRatio(qreal(picture.width()) / pictureSize.width());
