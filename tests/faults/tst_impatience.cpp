@@ -1,6 +1,7 @@
 #include "faults/faultwindow.h"
 #include "faults/impatientuser.h"
 #include "support/cataloguetext.h"
+#include "support/sanitizer.h"
 
 #include <QApplication>
 #include <QDesktopServices>
@@ -22,18 +23,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool isSanitized = true;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-constexpr bool isSanitized = true;
-#else
-constexpr bool isSanitized = false;
-#endif
-#else
-constexpr bool isSanitized = false;
-#endif
 
 /// Of each user. 10,000 in all under the sanitizer, where they find most; a quick look elsewhere.
 constexpr int defaultActions = isSanitized ? 5'000 : 1'000;

@@ -1,4 +1,5 @@
 #include "soak/holdings.h"
+#include "support/sanitizer.h"
 
 #include <QDir>
 #include <QFile>
@@ -53,11 +54,7 @@ QString asText(const Holdings& holdings)
 
 bool isMemoryMeasurable()
 {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    return false;
-#else
-    return true;
-#endif
+    return !isSanitized;
 }
 
 double growth(const QList<double>& values)

@@ -1,0 +1,15 @@
+#pragma once
+
+/// True in a build under AddressSanitizer or ThreadSanitizer: they map terabytes of addresses, keep
+/// freed memory, and take several times as long.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+inline constexpr bool isSanitized = true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+inline constexpr bool isSanitized = true;
+#else
+inline constexpr bool isSanitized = false;
+#endif
+#else
+inline constexpr bool isSanitized = false;
+#endif
