@@ -203,9 +203,13 @@ private Q_SLOTS:
     void tellsChoiceAndReason();
     void tellsWhatHarms_data();
     void tellsWhatHarms();
+    void tellsWhatKeepsABundleFromStarting_data();
+    void tellsWhatKeepsABundleFromStarting();
     void tellsTensOfThousandsOfTies();
     void tellsAllAsJson();
     void comparesWithThePreviousRelease();
+    void tellsManyInTheirOrder();
+    void endsWholeWhenInterrupted();
     void endsByWhatWasFound();
     void unreadableInputIsTold();
     void leavesTheArchiveAsItWas();
@@ -422,13 +426,13 @@ void TestArchive::tellsChoiceAndReason_data()
          u"    [score 1] 'T-arm64-x86_64.pkg'"_s,
          u"  x86_64: opens 'T-arm64-x86_64.pkg', which names both processors"_s,
          u"    [score 1] 'T-arm64-x86_64.pkg'"_s, sound});
-    row("less deep", {"T.app/H.app/x"},
-        {u"  arm64: opens 'T.app', which names no processor; it lies less deep than "
-         "'T.app/H.app'"_s,
-         u"    [score 0] 'T.app'"_s, u"    [score 0] 'T.app/H.app'"_s,
-         u"  x86_64: opens 'T.app', which names no processor; it lies less deep than "
-         "'T.app/H.app'"_s,
-         u"    [score 0] 'T.app'"_s, u"    [score 0] 'T.app/H.app'"_s, sound});
+    row("less deep", {"T.pkg/H.pkg/x"},
+        {u"  arm64: opens 'T.pkg', which names no processor; it lies less deep than "
+         "'T.pkg/H.pkg'"_s,
+         u"    [score 0] 'T.pkg'"_s, u"    [score 0] 'T.pkg/H.pkg'"_s,
+         u"  x86_64: opens 'T.pkg', which names no processor; it lies less deep than "
+         "'T.pkg/H.pkg'"_s,
+         u"    [score 0] 'T.pkg'"_s, u"    [score 0] 'T.pkg/H.pkg'"_s, sound});
     row("left out", {"T.pkg", "d/Uninstall.pkg"},
         {u"  arm64: opens 'T.pkg', which names no processor"_s, u"    [score 0] 'T.pkg'"_s,
          u"  x86_64: opens 'T.pkg', which names no processor"_s, u"    [score 0] 'T.pkg'"_s,
@@ -458,6 +462,7 @@ void TestArchive::tellsWhatHarms_data()
         QTest::newRow(what) << archive << choice << finding << rule;
     };
     const QString none = u"opens nothing, as unzip would fail"_s;
+    const QString a = u"opens 'A.pkg', which names no processor"_s;
     QByteArray damaged = zipOf({"T.pkg"});
     damaged[30 + 5] = 'y';
     row("damaged data", damaged, none,
@@ -473,7 +478,18 @@ void TestArchive::tellsWhatHarms_data()
         zip.add({.name = name, .system = system});
         return zip.bytes();
     };
-    const QString a = u"opens 'A.pkg', which names no processor"_s;
+    row("item torn out of another one", zipOf({"PyCharm.app/Contents/H.pkg"}),
+        u"opens 'PyCharm.app', which names only this processor"_s,
+        u"error: "
+        "'PyCharm.app/Contents/H.pkg', which would be opened, lies inside 'PyCharm.app'. "_s,
+        u"archive-inside"_s);
+    row("names that differ in case", zipOf({"A.pkg", "d/Read.me", "d/read.ME"}), a,
+        u"error: 'd/Read.me' and 'd/read.ME' differ in their letters' case alone. "_s,
+        u"archive-case"_s);
+    row("bundles that differ in case", zipOf({"A-arm.pkg", "d/T.app/a", "d/t.app/b"}),
+        u"opens 'A-arm.pkg', which names only this processor"_s,
+        u"error: 'd/T.app' and 'd/t.app' differ in their letters' case alone. "_s,
+        u"archive-case"_s);
     row("letters of DOS in UTF-8", named("\u00c9t\u00e9.txt", ZipMaker::Dos), a,
         u"error: '\u00c9t\u00e9.txt' was not packed as on Unix. "_s, u"archive-letters"_s);
     row("letters of NTFS", named("\u00c9.txt", ZipMaker::Ntfs), a,
@@ -516,6 +532,65 @@ void TestArchive::tellsWhatHarms()
     QVERIFY2(out.contains(" ["_L1 + rule), qUtf8Printable(out));
 }
 
+void TestArchive::tellsWhatKeepsABundleFromStarting_data()
+{
+    QTest::addColumn<QList<ZipMaker::Item>>("items"); // below "T.app/Contents/"
+    QTest::addColumn<QString>("problem");
+
+    const auto row = [](const char* what, const QList<ZipMaker::Item>& items,
+                        const QString& problem = {}) { QTest::newRow(what) << items << problem; };
+    const ZipMaker::Item list{
+        .name = "Info.plist",
+        .content = "<plist><dict><key>CFBundleName</key><string>T</string><key>CFBundleExecutable"
+                   "</key><string>Run</string></dict></plist>"};
+    const ZipMaker::Item binary{.name = "Info.plist", .content = "bplist00"};
+    const ZipMaker::Item run{.name = "MacOS/Run", .mode = 0100755};
+    const ZipMaker::Item link{.name = "MacOS/Run", .content = "../Resources/Real", .mode = 0120777};
+    const ZipMaker::Item current{
+        .name = "Frameworks/F.framework/Versions/Current", .content = "A", .mode = 0120777};
+    row("sound", {list, run});
+    row("sound with a framework",
+        {list, run, {.name = "Frameworks/F.framework/Versions/A/F"}, current});
+    row("sound with a link", {list, {.name = "Resources/Real", .mode = 0100755}, link});
+    row("sound, and a property list that is not read", {binary, run});
+    row("the bundle's own name", {{.name = "Info.plist", .content = "<plist><dict/></plist>"},
+                                  {.name = "MacOS/T", .mode = 0100755}});
+    row("no property list", {run}, u"'T.app' has no Info.plist"_s);
+    row("no executable", {list, {.name = "MacOS/T", .mode = 0100755}},
+        u"'T.app' lacks its executable 'Run'"_s);
+    row("link to nothing", {list, link}, u"'T.app' lacks its executable 'Run'"_s);
+    row("no execute bit", {list, {.name = "MacOS/Run"}},
+        u"the executable 'Run' of 'T.app' lacks the execute bit"_s);
+    row("packed on DOS", {list, {.name = "MacOS/Run", .mode = 0100755, .system = ZipMaker::Dos}},
+        u"the executable 'Run' of 'T.app' lacks the execute bit"_s);
+    row("no execute bit, and a property list that is not read", {binary, {.name = "MacOS/Run"}},
+        u"'T.app' has no file that can be executed"_s);
+    row("copies instead of links",
+        {list,
+         run,
+         {.name = "Frameworks/F.framework/Versions/A/F"},
+         {.name = "Frameworks/F.framework/Versions/Current/F"}},
+        u"\"Versions/Current\" of 'T.app/Contents/Frameworks/F.framework' is no link"_s);
+}
+
+void TestArchive::tellsWhatKeepsABundleFromStarting()
+{
+    QFETCH(QList<ZipMaker::Item>, items);
+    QFETCH(QString, problem);
+    ZipMaker zip;
+    for (ZipMaker::Item& item : items) {
+        item.name.prepend("T.app/Contents/");
+        zip.add(item);
+    }
+    QStringList problems;
+    for (const Finding& finding : archiveFindings(ArchiveContent(write(zip.bytes())))) {
+        if (finding.rule.startsWith("bundle-"_L1)) {
+            problems.append(finding.problem);
+        }
+    }
+    QCOMPARE(problems, problem.isEmpty() ? QStringList() : QStringList{problem});
+}
+
 void TestArchive::tellsTensOfThousandsOfTies()
 {
     QList<QByteArray> names;
@@ -554,6 +629,48 @@ void TestArchive::comparesWithThePreviousRelease()
     QVERIFY2(result.out.contains("'T-arm64.pkg' is the previous release's item too"_L1),
              qUtf8Printable(result.out));
     QVERIFY(!result.out.contains("'T 2-x64.pkg' is"_L1));
+}
+
+void TestArchive::tellsManyInTheirOrder()
+{
+    QStringList files;
+    QString expected;
+    for (int i = 0; i < 40; ++i) {
+        const QList<QByteArray> names = {"T" + QByteArray::number(i) + ".pkg"};
+        files.append(write(zipOf(names), u"%1.zip"_s.arg(i)));
+        expected += run(runArchive, {u"archive"_s, files.constLast()}).out;
+    }
+    QCOMPARE(run(runArchive, QStringList{u"archive"_s} + files).out, expected);
+}
+
+void TestArchive::endsWholeWhenInterrupted()
+{
+    const QString first = write(zipOf({"A.pkg"}), u"first.zip"_s);
+    QFile large(m_home->path() + "/large.pkg"_L1);
+    QVERIFY(large.open(QIODevice::WriteOnly) && large.resize(600'000'000));
+    QProcess zip;
+    zip.setWorkingDirectory(m_home->path());
+    zip.start(u"zip"_s, {u"-q"_s, u"-0"_s, u"second.zip"_s, u"large.pkg"_s});
+    QVERIFY(zip.waitForFinished() && zip.exitCode() == 0);
+    const QString second = m_home->path() + "/second.zip"_L1;
+    const QString folder = m_home->path() + "/temporary"_L1;
+    QVERIFY(QDir().mkpath(folder));
+    QProcess companion;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"TMPDIR"_s, folder);
+    companion.setProcessEnvironment(environment);
+    companion.start(QStringLiteral(QUILLMERE_CATALOGUE), {u"archive"_s, first, second});
+    QString out;
+    QVERIFY(comesToHold([&] {
+        companion.waitForReadyRead(10);
+        out += QString::fromUtf8(companion.readAllStandardOutput());
+        return out.contains("opens 'A.pkg'"_L1) && !QDir(folder).isEmpty();
+    }));
+    companion.terminate();
+    QVERIFY(companion.waitForFinished());
+    QCOMPARE(companion.exitCode(), 128 + 15);
+    QVERIFY(QDir(folder).isEmpty());
+    QCOMPARE(QProcess::execute(u"pgrep"_s, {u"-f"_s, second}), 1); // none is left
 }
 
 void TestArchive::endsByWhatWasFound()

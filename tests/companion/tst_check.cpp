@@ -72,6 +72,7 @@ QByteArray bundleZip(const QByteArray& infoPlist, const QByteArray& name = "Tool
     item.name = name + "/Contents/Info.plist";
     item.content = infoPlist;
     zip.add(item);
+    zip.add({.name = name + "/Contents/MacOS/" + name.chopped(4), .mode = 0100755});
     return zip.bytes();
 }
 
@@ -158,6 +159,8 @@ private Q_SLOTS:
     void unreadableInputIsTold();
     void tellsThatNothingWasFound();
     void leavesWhatItReadsAsItWas();
+    void ownUpdateIsNoApplication();
+    void findsFilesThatDifferInCase();
     void everyRuleIsCaughtByATest();
 
 private:
@@ -678,24 +681,42 @@ void TestCheck::looksAtTheArchives_data()
     row("two that fit equally well", zipOf({"One.pkg", "Two.pkg"}), {u"2 archive-tie"_s});
     ZipMaker nested;
     nested.add({.name = "Tool.app/Contents/Info.plist", .content = plist("1.0")});
+    nested.add({.name = "Tool.app/Contents/MacOS/Tool", .mode = 0100755});
     nested.add({.name = "Tool.app/Contents/Helper.app/x"});
-    row("an application inside the application", nested.bytes(), {});
+    QByteArray large = zipOf({"1.pkg", "2", "3", "4", "5", "6", "7", "8", "9"});
+    for (qsizetype at = large.indexOf("PK\x01\x02"); at >= 0;
+         at = large.indexOf("PK\x01\x02", at + 1)) {
+        large.replace(at + 24, 4, "\xfe\xff\xff\xff"); // an item's size
+    }
+    row("more than is unpacked", large, {u"2 archive-large"_s});
+    const QString app = u"2 archive-application"_s;
+    row("an application inside the application", nested.bytes(), {app});
+    row("an item inside an application", zipOf({"PyCharm.app/Contents/H.pkg"}),
+        {app, u"2 bundle-start"_s, u"2 archive-inside"_s, u"2 bundle-version"_s});
+    row("names that differ in case", zipOf({"Tool.pkg", "ReadMe", "readme"}),
+        {u"2 archive-case"_s});
     row("a name that is no UTF-8", zipOf({"Tool.pkg", "\xc9.txt"}), {u"2 archive-bytes"_s});
     row("a name with accents", zipOf({"Tool.pkg", "\u00c9.txt"}), {u"2 archive-accents"_s});
     ZipMaker windows;
     windows.add({.name = "Tool.pkg"});
     windows.add({.name = "\u00c9.txt", .system = ZipMaker::Dos});
     row("a name with accents of Windows", windows.bytes(), {u"2 archive-letters"_s});
+    ZipMaker copied;
+    copied.add({.name = "Tool.app/Contents/Info.plist", .content = plist("1.0")});
+    copied.add({.name = "Tool.app/Contents/MacOS/Tool", .mode = 0100755});
+    copied.add({.name = "Tool.app/Contents/Frameworks/F.framework/Versions/Current/F"});
+    row("copies instead of links", copied.bytes(), {app, u"2 bundle-links"_s});
     row("a shadow folder", zipOf({"in/Tool.pkg/a", "__MACOSX/Tool.pkg/._a"}),
         {u"2 archive-shadow"_s});
-    row("the bundle's version", bundleZip(plist("1.0")), {});
-    row("the bundle's version, as the client compares", bundleZip(plist("1.0.7 (77)")), {});
-    row("an older bundle", bundleZip(plist("0.9")), {u"2 bundle-version"_s});
-    row("a newer bundle", bundleZip(plist("1.1")), {u"2 bundle-version"_s});
+    row("the bundle's version", bundleZip(plist("1.0")), {app});
+    row("the bundle's version, as the client compares", bundleZip(plist("1.0.7 (77)")), {app});
+    row("an older bundle", bundleZip(plist("0.9")), {app, u"2 bundle-version"_s});
+    row("a newer bundle", bundleZip(plist("1.1")), {app, u"2 bundle-version"_s});
     row("a bundle whose version begins with a word", bundleZip(plist("Release 1.0")),
-        {u"2 bundle-word"_s});
-    row("a bundle without a version", bundleZip("<plist/>"), {u"2 bundle-version"_s});
-    row("a binary property list, without plutil", bundleZip("bplist00..."), {u"2 bundle-unread"_s});
+        {app, u"2 bundle-word"_s});
+    row("a bundle without a version", bundleZip("<plist/>"), {app, u"2 bundle-version"_s});
+    row("a binary property list, without plutil", bundleZip("bplist00..."),
+        {app, u"2 bundle-unread"_s});
 }
 
 void TestCheck::looksAtTheArchives()
@@ -758,6 +779,27 @@ void TestCheck::readsEachArchivesDirectoryOnly()
              QStringList());
     const qint64 read = bytesRead() - before;
     QVERIFY2(read < 500'000, qPrintable(QString::number(read)));
+}
+
+void TestCheck::ownUpdateIsNoApplication()
+{
+    write(u"soft/tool.zip"_s, bundleZip(plist("1.0")));
+    const QStringList findings = {u"2 archive-own-application"_s};
+    QCOMPARE(check(catalogue({entry("Quillmere", "1.0", "tool.zip")}),
+                   {u"--files"_s, m_home->path() + "/soft"_L1}),
+             findings);
+    note(findings);
+}
+
+void TestCheck::findsFilesThatDifferInCase()
+{
+    write(u"soft/Tool.pkg"_s, "xar!");
+    write(u"soft/tool.pkg"_s, "xar!");
+    const QStringList findings = {u"tool.pkg file-twice"_s};
+    QCOMPARE(check(catalogue({entry("A", "1.0", "tool.pkg"), entry("B", "1.0", "Tool.pkg")}),
+                   {u"--files"_s, m_home->path() + "/soft"_L1}),
+             findings);
+    note(findings);
 }
 
 void TestCheck::everyRuleIsCaughtByATest()

@@ -1,6 +1,7 @@
 #include "companion/archive/archive.h"
 
 #include "companion/archive/archiverules.h"
+#include "companion/archive/interruption.h"
 #include "companion/archive/unzipresult.h"
 #include "companion/report/commandline.h"
 #include "companion/report/finding.h"
@@ -12,8 +13,12 @@
 #include <QJsonObject>
 #include <QTextStream>
 
+#include <algorithm>
 #include <atomic>
+#include <future>
 #include <optional>
+#include <thread>
+#include <vector>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -54,7 +59,8 @@ ArchiveReport examine(const QString& file, const QString& previous,
     ArchiveReport report;
     report.file = file;
     const ArchiveContent archive(file);
-    const UnpackedArchive unpacked = unpackArchive(file, isStopped);
+    const UnpackedArchive unpacked =
+        isTooLarge(archive) ? UnpackedArchive() : unpackArchive(file, isStopped);
     report.unzipCode = unpacked.unzipCode;
     report.findings = contentFindings(archive, unpacked, previous);
     for (Finding& finding : report.findings) {
@@ -142,20 +148,56 @@ QJsonObject toJson(const ArchiveReport& report)
             {u"findings"_s, toJson(report.findings)}};
 }
 
-void write(const QList<ArchiveReport>& reports, bool asJson, QTextStream& out)
+/// Examines files on all processors, and gives the reports out in the files' order.
+class Examination
 {
-    if (asJson) {
-        QJsonArray array;
-        for (const ArchiveReport& report : reports) {
-            array.append(toJson(report));
+public:
+    Examination(const QStringList& files, const QString& previous,
+                const std::atomic<bool>& isStopped)
+        : m_files(files)
+        , m_previous(previous)
+        , m_isStopped(isStopped)
+        , m_reports(static_cast<std::size_t>(files.size()))
+    {
+        const auto processorCount = std::max(1U, std::thread::hardware_concurrency());
+        for (auto left = std::min<std::size_t>(processorCount, m_reports.size()); left > 0;
+             --left) {
+            m_threads.emplace_back([this] { work(); });
         }
-        out << printableJson(QJsonDocument(array).toJson());
-        return;
     }
-    for (const ArchiveReport& report : reports) {
-        writeReport(report, out);
+    ~Examination()
+    {
+        for (std::thread& thread : m_threads) {
+            thread.join();
+        }
     }
-}
+    Q_DISABLE_COPY_MOVE(Examination)
+
+    /// Waits for the report of a file; nothing when the examination was stopped before. Once each.
+    std::optional<ArchiveReport> report(qsizetype file)
+    {
+        return m_reports[static_cast<std::size_t>(file)].get_future().get();
+    }
+
+private:
+    void work()
+    {
+        for (std::size_t i = m_next++; i < m_reports.size(); i = m_next++) {
+            ArchiveReport report;
+            if (!m_isStopped) {
+                report = examine(m_files[static_cast<qsizetype>(i)], m_previous, m_isStopped);
+            }
+            m_reports[i].set_value(m_isStopped ? std::nullopt : std::optional(report));
+        }
+    }
+
+    QStringList m_files;
+    QString m_previous;
+    const std::atomic<bool>& m_isStopped;
+    std::vector<std::promise<std::optional<ArchiveReport>>> m_reports;
+    std::atomic<std::size_t> m_next = 0;
+    std::vector<std::thread> m_threads;
+};
 
 } // namespace
 
@@ -177,16 +219,31 @@ int runArchive(const QStringList& arguments, QTextStream& out, QTextStream& err)
         }
     }
 
-    const std::atomic<bool> isStopped = false;
-    QList<ArchiveReport> reports;
+    const Interruption interruption;
+    Examination examination(files, previous, interruption.hasCome());
+    QJsonArray all;
     bool hasFailed = false;
-    for (const QString& file : files) {
+    for (qsizetype i = 0; i < files.size(); ++i) {
         if (files.size() > 1) {
-            err << "reading " << printable(file) << Qt::endl;
+            err << "reading " << printable(files[i]) << Qt::endl;
         }
-        reports.append(examine(file, previous, isStopped));
-        hasFailed = isFailure(reports.constLast().findings, line.isStrict()) || hasFailed;
+        const std::optional<ArchiveReport> report = examination.report(i);
+        if (!report) {
+            break;
+        }
+        hasFailed = isFailure(report->findings, line.isStrict()) || hasFailed;
+        if (line.isJson()) {
+            all.append(toJson(*report));
+        } else {
+            writeReport(*report, out);
+            out.flush();
+        }
     }
-    write(reports, line.isJson(), out);
+    if (line.isJson()) {
+        out << printableJson(QJsonDocument(all).toJson());
+    }
+    if (interruption.hasCome()) {
+        return interruption.exitStatus();
+    }
     return hasFailed ? SomethingFound : NothingFound;
 }

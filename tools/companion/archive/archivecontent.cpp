@@ -118,6 +118,7 @@ void ArchiveContent::addItem(quint64 item)
     zip_stat_t about;
     zip_stat_init(&about);
     zip_stat_index(m_zip.get(), item, 0, &about);
+    m_unpackedSize += about.size;
     zip_uint8_t system = ZIP_OPSYS_DOS;
     zip_uint32_t attributes = 0;
     zip_file_get_external_attributes(m_zip.get(), item, 0, &system, &attributes);
@@ -180,6 +181,19 @@ QByteArray ArchiveContent::content(const QString& path) const
 bool ArchiveContent::isLink(const QString& path) const
 {
     return m_tree.nodes().value(path).kind == UnpackedTree::Link;
+}
+
+bool ArchiveContent::isExecutable(const QString& path) const
+{
+    const auto node = m_tree.nodes().constFind(path);
+    if (node == m_tree.nodes().cend() || node->kind != UnpackedTree::File) {
+        return false;
+    }
+    zip_uint8_t system = ZIP_OPSYS_DOS;
+    zip_uint32_t attributes = 0;
+    zip_file_get_external_attributes(m_zip.get(), node->item, 0, &system, &attributes);
+    const bool hasMode = system == ZIP_OPSYS_UNIX || system == ZIP_OPSYS_OS_X;
+    return hasMode && (attributes >> 16U & 0111U) != 0;
 }
 
 bool ArchiveContent::leadsOut(const QString& path, const UnpackedTree::Node& link) const

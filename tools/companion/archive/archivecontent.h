@@ -25,6 +25,8 @@ public:
     [[nodiscard]] QString error() const { return m_error; }
     /// What keeps unzip from ending with 0, as far as the directory shows it.
     [[nodiscard]] const QList<Finding>& failures() const { return m_failures; }
+    /// Bytes of all items unpacked, as the directory tells them.
+    [[nodiscard]] quint64 unpackedSize() const { return m_unpackedSize; }
     /// What is wrong with the items' names, although unzip ends with 0.
     [[nodiscard]] const QList<Finding>& nameFindings() const { return m_nameFindings; }
     /// What the client would choose from on a machine of that processor, best first; the paths are
@@ -34,6 +36,12 @@ public:
     [[nodiscard]] QStringList excluded() const;
     /// Whether a link stands at @p path.
     [[nodiscard]] bool isLink(const QString& path) const;
+    /// What unzip would leave, by relative paths.
+    [[nodiscard]] const QMap<QString, UnpackedTree::Node>& nodes() const { return m_tree.nodes(); }
+    /// Whether a file is at @p path that unzip makes executable.
+    [[nodiscard]] bool isExecutable(const QString& path) const;
+    /// Whether @p path leads, over links as well, to something below the folder.
+    [[nodiscard]] bool isThere(const QString& path) const;
     /// Links that lead out of the folder that the archive is unpacked into. Reads each link.
     [[nodiscard]] QStringList linksThatLeadOut() const;
     /// The bytes of the file at @p path; empty when there is none.
@@ -49,8 +57,6 @@ private:
     [[nodiscard]] QByteArray itemContent(quint64 item) const;
     /// Whether the text of the link at @p path leads out of the folder.
     [[nodiscard]] bool leadsOut(const QString& path, const UnpackedTree::Node& link) const;
-    /// Whether @p path leads, over links as well, to something below the folder.
-    [[nodiscard]] bool isThere(const QString& path) const;
     /// Whether the client's walk lists what lies at @p path: not hidden, and no link to nothing.
     [[nodiscard]] bool isListed(const QString& path, const UnpackedTree::Node& node) const;
 
@@ -60,6 +66,7 @@ private:
     };
     std::unique_ptr<zip, Closer> m_zip;
     QString m_error;
+    quint64 m_unpackedSize = 0;
     UnpackedTree m_tree;
     QList<Finding> m_failures;
     QList<Finding> m_nameFindings;

@@ -1,5 +1,6 @@
 #include "companion/archive/archiverules.h"
 
+#include "companion/archive/bundlerules.h"
 #include "companion/archive/unzipresult.h"
 #include "companion/report/texttable.h"
 #include "profiler/versionorder.h"
@@ -16,6 +17,8 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 using Findings = QList<Finding>;
+
+constexpr quint64 largestArchive = 34'359'738'368; // bytes, unpacked
 
 /// One finding a rule, with the number of those left out.
 Findings firstOfEachRule(const Findings& findings)
@@ -81,6 +84,9 @@ void checkChoice(const ArchiveContent& archive, const QString& processor,
     }
     const InstallerCandidate& best = candidates.constFirst();
     checkLinks(archive, best, findings);
+    for (const Finding& finding : openedItemFindings(archive, best.path)) {
+        addOnce(findings, finding.rule, finding.problem);
+    }
     if (best.score < 0) {
         addOnce(findings, u"archive-processor"_s,
                 u"the best item for %1 is %2"_s.arg(processor, quoted(best.path)));
@@ -120,6 +126,11 @@ Finding comparedVersions(const QString& bundle, const QString& version,
 
 } // namespace
 
+bool isTooLarge(const ArchiveContent& archive)
+{
+    return archive.unpackedSize() > largestArchive;
+}
+
 QList<Finding> archiveFindings(const ArchiveContent& archive, const UnpackedArchive& unpacked)
 {
     const bool isUnpacked = unpacked.unzipCode == 0;
@@ -131,7 +142,13 @@ QList<Finding> archiveFindings(const ArchiveContent& archive, const UnpackedArch
         findings.append(
             {u"archive-fails"_s, u"unzip ends with %1: %2"_s.arg(code).arg(unzipMeaning(code))});
     }
+    if (isTooLarge(archive)) {
+        findings.append({u"archive-large"_s, u"unpacked it would have %1 bytes, which is above %2"_s
+                                                 .arg(archive.unpackedSize())
+                                                 .arg(largestArchive)});
+    }
     findings += archive.nameFindings();
+    findings += letterCaseFindings(archive);
     for (const QString& processor : processors()) {
         checkChoice(archive, processor,
                     isUnpacked ? unpacked.candidates.value(processor)

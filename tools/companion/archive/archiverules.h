@@ -3,6 +3,9 @@
 #include "companion/archive/archivecontent.h"
 #include "companion/archive/unpackedarchive.h"
 
+/// Whether the archive is larger than what is unpacked here.
+[[nodiscard]] bool isTooLarge(const ArchiveContent& archive);
+
 /// What harms those who download the archive; of many items with one rule the first is named. Where
 /// unzip has unpacked it, what @p unpacked tells counts, not what the directory lets expect.
 [[nodiscard]] QList<Finding> archiveFindings(const ArchiveContent& archive,

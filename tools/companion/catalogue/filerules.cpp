@@ -6,6 +6,7 @@
 #include "companion/report/progress.h"
 #include "companion/report/texttable.h"
 #include "install/downloadtarget.h"
+#include "install/ownupdate.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -90,7 +91,12 @@ public:
         const QStringList names = m_folder.entryList(QDir::Files);
         m_names = QSet<QString>(names.cbegin(), names.cend());
         for (const QString& name : names) {
-            m_spellings.insert(name.toCaseFolded(), name);
+            QString& spelling = m_spellings[name.toCaseFolded()];
+            if (!spelling.isEmpty()) {
+                m_report.addElsewhere(m_folder.filePath(name), u"file-twice"_s,
+                                      u"%1 is there too"_s.arg(quoted(spelling)));
+            }
+            spelling = name;
         }
         for (const CatalogueEntry& entry : published.text.entries) {
             m_formerFiles.insert(entry.name, entry.fileName);
@@ -171,7 +177,10 @@ private:
                 findings += repetitionFindings(archive, ArchiveContent(m_folder.filePath(former)));
             }
         }
-        for (const Finding& finding : std::as_const(findings)) {
+        for (Finding& finding : findings) {
+            if (finding.rule == "archive-application"_L1 && isOwnUpdate(entry.name)) {
+                finding.rule = u"archive-own-application"_s;
+            }
             m_report.add(entry.line, finding.rule, shown(entry) + ": "_L1 + finding.problem);
         }
     }

@@ -203,6 +203,11 @@ QList<Rule> fileRules()
         {u"file-case"_s, Severity::Error, u"The file is there in another letter case alone."_s,
          u"Web servers tell the two apart: the user's download ends with an error."_s,
          u"Spell both alike."_s},
+        {u"file-twice"_s, Severity::Error,
+         u"Two files' names differ in the case of their letters alone."_s,
+         u"In a user's download folder the second replaces the first, and a server on such a file "
+         "system gives out one for both."_s,
+         u"Rename one of them."_s},
         {u"file-empty"_s, Severity::Error, u"The file is empty."_s,
          u"The client saves and opens an empty file."_s, u"Copy the file there once more."_s},
         {u"file-type"_s, Severity::Error, u"The file is not what its name's ending says."_s,
@@ -266,6 +271,31 @@ QList<Rule> archiveRules()
          u"An item of \"__MACOSX\" fits as well as the one that is opened."_s,
          u"The client takes the other one, if it does not lie deeper."_s,
          u"Make the archive without resource forks: ditto -c -k --norsrc --keepParent."_s},
+        {u"archive-large"_s, Severity::Error,
+         u"The archive would have more than 32 GiB unpacked."_s,
+         u"The client unpacks it, if the user's disk has room; here it is not tried."_s,
+         u"Publish something smaller, or a .dmg."_s},
+        {u"archive-inside"_s, Severity::Error,
+         u"The item that is opened lies inside another bundle."_s,
+         u"The client tears it out and removes the bundle: what is opened is a part, which does "
+         "not work alone. A word of a processor inside the bundle's name lowers its score "
+         "(\"PyCharm.app\" holds \"arm\")."_s,
+         u"Publish a .pkg or .dmg, or name the archive's item so that it fits every processor."_s},
+        {u"archive-case"_s, Severity::Error,
+         u"Two items' names differ in the case of their letters alone."_s,
+         u"On a Mac's usual file system the second replaces the first."_s,
+         u"Rename one of them."_s},
+        {u"archive-application"_s, Severity::Warning,
+         u"The item that is opened is an application."_s,
+         u"The client runs it from the download folder, and does not install it; a Mac runs it "
+         "from a read-only copy elsewhere. The row stays as it is."_s,
+         u"Publish it as a .pkg or .dmg."_s},
+        {u"archive-own-application"_s, Severity::Error,
+         u"The update of %1 itself is an application in an archive."_s.arg(
+             BuildInfo::productName()),
+         u"The client quits and runs the new one from the download folder; the old one stays "
+         "installed."_s,
+         u"Publish it as a .pkg or .dmg."_s},
         {u"archive-same-item"_s, Severity::Error,
          u"The item is named as the previous release's is."_s,
          u"The client does not replace an item that lies in the download folder: a user who has "
@@ -281,6 +311,14 @@ QList<Rule> archiveRules()
          "for ever that an update is available."_s,
          u"Ask the maker for a version that begins with a number. Until then 0 as the catalogue's "
          "version keeps the row green, and tells of no update."_s},
+        {u"bundle-start"_s, Severity::Error, u"The application in the archive cannot be started."_s,
+         u"A Mac says that it is damaged, or that it cannot be opened."_s,
+         u"Make the archive on a Mac by ditto -c -k --keepParent, or by zip -r -y on Unix, which "
+         "keep execute bits."_s},
+        {u"bundle-links"_s, Severity::Error,
+         u"A framework in the application has copies where links belong."_s,
+         u"The application's signature is invalid: a Mac says that it is damaged."_s,
+         u"Make the archive by ditto -c -k --keepParent, or by zip -r -y, which keep links."_s},
         {u"bundle-unread"_s, Severity::Note, u"The bundle's version could not be read here."_s,
          u"The client asks plutil where the property list is no XML text."_s,
          u"Run this check on a Mac."_s},
