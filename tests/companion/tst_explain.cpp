@@ -257,6 +257,8 @@ void TestExplain::namesTheTrouble_data()
          "document."_s});
     add("an unknown error", {u"ERROR Something new"_s}, {u"error other: Something new"_s});
     add("an unknown warning", {u"WARNING Something odd"_s}, {u"warning other: Something odd"_s});
+    add("an error without a text", {u"ERROR "_s}, {u"error other: The line has no text."_s});
+    add("a warning of blanks", {u"WARNING   "_s}, {u"warning other: The line has no text."_s});
     add("other information is none", {u"INFO Something else"_s, u"DEBUG ERROR"_s}, {});
 }
 

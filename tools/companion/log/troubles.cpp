@@ -18,7 +18,9 @@ void readOther(const LogEntry& entry, TroubleList& list)
     if (!isError && entry.level != Debug::LEVEL[Debug::Warning]) {
         return;
     }
-    list.add(entry, isError ? Severity::Error : Severity::Warning, u"other"_s, entry.text,
+    const QString problem =
+        entry.text.trimmed().isEmpty() ? u"The line has no text."_s : entry.text;
+    list.add(entry, isError ? Severity::Error : Severity::Warning, u"other"_s, problem,
              {u"Nothing more is known of this."_s, u"Send the log to who maintains the client."_s});
 }
 
