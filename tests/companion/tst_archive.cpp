@@ -206,6 +206,8 @@ private Q_SLOTS:
     void tellsWhatKeepsABundleFromStarting_data();
     void tellsWhatKeepsABundleFromStarting();
     void tellsTensOfThousandsOfTies();
+    void tellsOfNoLinkToTheApplications();
+    void tellsThatNothingCanBeUnpacked();
     void tellsAllAsJson();
     void comparesWithThePreviousRelease();
     void tellsManyInTheirOrder();
@@ -299,6 +301,10 @@ void TestArchive::choosesAsTheProgramDoes_data()
     row("link to itself", link("T.app", "T.app"));
     row("empty link", link("T.pkg", ""));
     row("link over a file", link("d/real.txt", "../T.pkg"));
+    ZipMaker selfExtracting("#!/bin/sh\n");
+    selfExtracting.add({.name = "T.pkg"});
+    row("behind a program, counted from there", selfExtracting.bytes());
+    row("behind a program", "#!/bin/sh\n" + zipOf({"T.pkg"}));
     row("cut off", zipOf({"T.pkg"}).chopped(3));
     row("no archive", "<html>");
 }
@@ -604,6 +610,30 @@ void TestArchive::tellsTensOfThousandsOfTies()
     QCOMPARE(findings[0].problem, u"'T1.pkg' fits as well as 'T0.pkg', and so with 59998 more"_s);
 }
 
+void TestArchive::tellsOfNoLinkToTheApplications()
+{
+    ZipMaker zip;
+    zip.add({.name = "T/T.pkg"});
+    zip.addLink("T/Applications", "/Applications");
+    QCOMPARE(run(runArchive, {u"archive"_s, u"--strict"_s, write(zip.bytes())}).status, 0);
+    zip.addLink("T/Other", "/Applications/Other");
+    QCOMPARE(run(runArchive, {u"archive"_s, u"--strict"_s, write(zip.bytes())}).status, 1);
+}
+
+void TestArchive::tellsThatNothingCanBeUnpacked()
+{
+    const QString path = write(zipOf({"A.pkg"}));
+    const QByteArray former = qgetenv("TMPDIR");
+    qputenv("TMPDIR", QFile::encodeName(write("no folder", u"file"_s)));
+    const QString out = run(runArchive, {u"archive"_s, path}).out;
+    former.isEmpty() ? qunsetenv("TMPDIR") : qputenv("TMPDIR", former);
+    QVERIFY2(out.contains("\n  unzip: not run, as no temporary folder can be made\n"_L1),
+             qUtf8Printable(out));
+    QVERIFY2(
+        out.contains(":0: warning: it was not unpacked, as no temporary folder can be made. "_L1),
+        qUtf8Printable(out));
+}
+
 void TestArchive::tellsAllAsJson()
 {
     const QString path = write(zipOf({"A.pkg", "B-arm.pkg", "Uninstall.app/x"}));
@@ -650,7 +680,7 @@ void TestArchive::endsWholeWhenInterrupted()
     QVERIFY(large.open(QIODevice::WriteOnly) && large.resize(600'000'000));
     QProcess zip;
     zip.setWorkingDirectory(m_home->path());
-    zip.start(u"zip"_s, {u"-q"_s, u"-0"_s, u"second.zip"_s, u"large.pkg"_s});
+    zip.start(u"zip"_s, {u"-q"_s, u"-1"_s, u"second.zip"_s, u"large.pkg"_s});
     QVERIFY(zip.waitForFinished() && zip.exitCode() == 0);
     const QString second = m_home->path() + "/second.zip"_L1;
     const QString folder = m_home->path() + "/temporary"_L1;
@@ -659,7 +689,9 @@ void TestArchive::endsWholeWhenInterrupted()
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"TMPDIR"_s, folder);
     companion.setProcessEnvironment(environment);
-    companion.start(QStringLiteral(QUILLMERE_CATALOGUE), {u"archive"_s, first, second});
+    // Often, so that it is not done before it is interrupted.
+    companion.start(QStringLiteral(QUILLMERE_CATALOGUE),
+                    QStringList{u"archive"_s, first} + QStringList(40, second));
     QString out;
     QVERIFY(comesToHold([&] {
         companion.waitForReadyRead(10);

@@ -95,7 +95,8 @@ void TestCatalogueCommand::eachCommandExplainsItself_data()
                            << QStringList{u"--files <FOLDER>"_s, u"--strict"_s,
                                           u"--json"_s,           u"--list-rules"_s,
                                           u"--known <NAMES>"_s,  u"--removes <N>"_s,
-                                          u"--accept <LIST>"_s,  u"--short"_s} +
+                                          u"--accept <LIST>"_s,  u"--short"_s,
+                                          u"--thorough"_s} +
                                   shared;
     QTest::newRow("preview") << u"preview"_s
                              << QStringList{u"--log <LOG>"_s, u"--scan"_s, u"--json"_s} + shared;

@@ -135,9 +135,13 @@ private Q_SLOTS:
     void looksAtTheFiles();
     void looksAtTheArchives_data();
     void looksAtTheArchives();
+    void looksIntoTheArchives_data();
+    void looksIntoTheArchives();
+    void tellsThatNothingCanBeUnpacked();
+    void thoroughNeedsFiles();
     void comparesTheItemWithThePreviousRelease_data();
     void comparesTheItemWithThePreviousRelease();
-    void readsEachArchivesDirectoryOnly();
+    void readsTheBeginningsOfItemsOnly();
 
     void readsWhatTheClientReads();
     void bomAndCarriageReturnsAreReadAsTheClientDoes();
@@ -678,6 +682,10 @@ void TestCheck::looksAtTheArchives_data()
         {u"2 archive-nothing"_s});
     row("the other processor's alone", zipOf({"Tool-arm64.pkg"}), {u"2 archive-processor"_s});
     row("one for each processor", zipOf({"Tool-arm64.pkg", "Tool-x86_64.pkg"}), {});
+    row("bytes before the archive", "#!/bin/sh\n" + zipOf({"Tool.pkg"}), {u"2 file-type"_s});
+    ZipMaker selfExtracting("#!/bin/sh\n");
+    selfExtracting.add({.name = "Tool.pkg"});
+    row("an archive that unpacks itself", selfExtracting.bytes(), {});
     row("two that fit equally well", zipOf({"One.pkg", "Two.pkg"}), {u"2 archive-tie"_s});
     ZipMaker nested;
     nested.add({.name = "Tool.app/Contents/Info.plist", .content = plist("1.0")});
@@ -688,7 +696,7 @@ void TestCheck::looksAtTheArchives_data()
          at = large.indexOf("PK\x01\x02", at + 1)) {
         large.replace(at + 24, 4, "\xfe\xff\xff\xff"); // an item's size
     }
-    row("more than is unpacked", large, {u"2 archive-large"_s});
+    row("more than is unpacked", large, {u"2 archive-large"_s, u"2 archive-fails"_s});
     const QString app = u"2 archive-application"_s;
     row("an application inside the application", nested.bytes(), {app});
     row("an item inside an application", zipOf({"PyCharm.app/Contents/H.pkg"}),
@@ -733,6 +741,73 @@ void TestCheck::looksAtTheArchives()
     note(findings);
 }
 
+void TestCheck::looksIntoTheArchives_data()
+{
+    QTest::addColumn<QByteArray>("archive");
+    QTest::addColumn<QStringList>("findings");
+    QTest::addColumn<QStringList>("thoroughly");
+
+    const auto row = [](const char* what, const QByteArray& archive, const QStringList& findings,
+                        const QStringList& thoroughly) {
+        QTest::newRow(what) << archive << findings << thoroughly;
+    };
+    const QStringList found = {u"2 archive-fails"_s};
+    const auto changed = [](QByteArray bytes, const char* head, qsizetype at, char byte) {
+        bytes[bytes.indexOf(head) + at] = byte;
+        return bytes;
+    };
+    const QByteArray sound = zipOf({"Tool.pkg", "ReadMe.txt"});
+    ZipMaker zip;
+    zip.add({.name = "Tool.pkg", .content = QByteArray(10'000, 'x')});
+    const QByteArray large = zip.bytes();
+    row("sound", sound, {}, {});
+    row("wrong byte in a short item", changed(sound, "Tool.pkg", 8, 'y'), found, found);
+    row("wrong byte in a long item", changed(large, "Tool.pkg", 8, 'y'), {}, found);
+    row("no head where the directory says", changed(sound, "PK\x03\x04", 0, 'p'), {}, found);
+    row("newer unzip needed", changed(sound, "PK\x01\x02", 6, 63), {}, found);
+    row("two archives in one", sound + sound, {}, found);
+    ZipMaker control;
+    control.add({.name = "Tool.pkg"});
+    control.add({.name = "a\x01.txt", .isUtf8 = true});
+    row("a name that unzip takes", control.bytes(), {}, {});
+}
+
+void TestCheck::looksIntoTheArchives()
+{
+    QFETCH(QByteArray, archive);
+    QFETCH(QStringList, findings);
+    QFETCH(QStringList, thoroughly);
+    write(u"soft/tool.zip"_s, archive);
+    const QByteArray text = catalogue({entry("A", "1.0", "tool.zip")});
+    const QString folder = m_home->path() + "/soft"_L1;
+    QCOMPARE(check(text, {u"--files"_s, folder}), findings);
+    QCOMPARE(check(text, {u"--files"_s, folder, u"--thorough"_s}), thoroughly);
+}
+
+void TestCheck::tellsThatNothingCanBeUnpacked()
+{
+    write(u"soft/tool.zip"_s, bundleZip(plist("1.0")));
+    const QByteArray text = catalogue({entry("A", "1.0", "tool.zip")});
+    const QString folder = m_home->path() + "/soft"_L1;
+    const QByteArray former = qgetenv("TMPDIR");
+    qputenv("TMPDIR", QFile::encodeName(write(u"file"_s, "no folder")));
+    const QStringList some = check(text, {u"--files"_s, folder});
+    const QStringList all = check(text, {u"--files"_s, folder, u"--thorough"_s});
+    former.isEmpty() ? qunsetenv("TMPDIR") : qputenv("TMPDIR", former);
+    const QString untried = u"2 archive-untried"_s;
+    const QString application = u"2 archive-application"_s;
+    QCOMPARE(some, (QStringList{application, untried}));
+    QCOMPARE(all, (QStringList{untried, application, untried}));
+    note(some);
+}
+
+void TestCheck::thoroughNeedsFiles()
+{
+    const QString path = write(u"catalogue.csv"_s, catalogue({entry("A")}));
+    QCOMPARE(run(runCheck, {u"check"_s, path, u"--thorough"_s}),
+             refusal(u"check"_s, u"--thorough needs --files"_s));
+}
+
 void TestCheck::comparesTheItemWithThePreviousRelease_data()
 {
     QTest::addColumn<QByteArray>("former");
@@ -764,7 +839,7 @@ void TestCheck::comparesTheItemWithThePreviousRelease()
     note(findings);
 }
 
-void TestCheck::readsEachArchivesDirectoryOnly()
+void TestCheck::readsTheBeginningsOfItemsOnly()
 {
     if (bytesRead() < 0) {
         QSKIP("this system does not count what a process reads");

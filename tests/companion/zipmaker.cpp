@@ -21,8 +21,8 @@ quint32 checksum(const QByteArray& bytes)
 void writeCommon(QDataStream& stream, const ZipMaker::Item& item)
 {
     const auto size = static_cast<quint32>(item.content.size());
-    stream << quint16(20) << quint16(item.isEncrypted ? 1 : 0) << item.method << quint16(0)
-           << quint16(0x5b35) // a time of the day, and a day
+    stream << quint16(20) << quint16((item.isEncrypted ? 1 : 0) | (item.isUtf8 ? 0x800 : 0))
+           << item.method << quint16(0) << quint16(0x5b35) // a time of the day, and a day
            << checksum(item.content) << size << size << quint16(item.name.size()) << quint16(0);
 }
 

@@ -22,8 +22,11 @@ public:
         System system = Unix;
         quint16 method = 0; ///< as the head says; the content is always stored
         bool isEncrypted = false;
+        bool isUtf8 = false; ///< marks the name so
     };
 
+    /// The archive comes behind @p start, and counts from there, as one does that unpacks itself.
+    explicit ZipMaker(const QByteArray& start = {}) : m_body(start) {}
     void add(const Item& item);
     void addLink(const QByteArray& name, const QByteArray& target);
     [[nodiscard]] QByteArray bytes() const;

@@ -32,7 +32,8 @@ struct ArchiveReport
     QString file;
     QHash<QString, QList<InstallerCandidate>> candidates; ///< by processor, best first
     QStringList excluded;
-    std::optional<int> unzipCode; ///< nothing where unzip is missing
+    std::optional<int> unzipCode; ///< nothing where unzip was not run
+    QString obstacle;             ///< why it was not
     bool isUnpacked = false;      ///< whether the client gets as far as to choose
     QList<Finding> findings;
 };
@@ -60,8 +61,9 @@ ArchiveReport examine(const QString& file, const QString& previous,
     report.file = file;
     const ArchiveContent archive(file);
     const UnpackedArchive unpacked =
-        isTooLarge(archive) ? UnpackedArchive() : unpackArchive(file, isStopped);
+        isTooLarge(archive) ? UnpackedArchive() : unpackArchive(file, [&] { return !isStopped; });
     report.unzipCode = unpacked.unzipCode;
+    report.obstacle = isTooLarge(archive) ? u"the archive is too large"_s : unpacked.obstacle;
     report.findings = contentFindings(archive, unpacked, previous);
     for (Finding& finding : report.findings) {
         finding.file = file;
@@ -121,7 +123,7 @@ void writeReport(const ArchiveReport& report, QTextStream& out)
         out << "  unzip: ends with " << *report.unzipCode << ", " << unzipMeaning(*report.unzipCode)
             << '\n';
     } else {
-        out << "  unzip: not run, as /usr/bin/unzip is missing\n";
+        out << "  unzip: not run, as " << report.obstacle << '\n';
     }
     writeFindings(report.findings, out);
 }
@@ -243,6 +245,7 @@ int runArchive(const QStringList& arguments, QTextStream& out, QTextStream& err)
         out << printableJson(QJsonDocument(all).toJson());
     }
     if (interruption.hasCome()) {
+        err << "interrupted: not everything was looked at\n";
         return interruption.exitStatus();
     }
     return hasFailed ? SomethingFound : NothingFound;

@@ -17,6 +17,8 @@ namespace {
 
 constexpr zip_uint64_t largestText = 4'194'304; // bytes; of a link or a property list
 
+constexpr std::size_t firstBytes = 4096; // of an item, which are tried
+
 constexpr int mostLinks = 40; // that a path may lead over
 
 // Any folder does: candidates are ordered by where they lie below it.
@@ -171,6 +173,45 @@ QByteArray ArchiveContent::itemContent(quint64 item) const
     return bytes;
 }
 
+QString ArchiveContent::damageOf(quint64 item) const
+{
+    zip_stat_t about;
+    zip_stat_init(&about);
+    zip_stat_index(m_zip.get(), item, 0, &about);
+    const bool isRead = about.comp_method == ZIP_CM_STORE || about.comp_method == ZIP_CM_DEFLATE;
+    if (about.size == 0 || !isRead || about.encryption_method != ZIP_EM_NONE) {
+        return {};
+    }
+    zip_file_t* file = zip_fopen_index(m_zip.get(), item, 0);
+    if (!file) {
+        return QString::fromUtf8(zip_strerror(m_zip.get()));
+    }
+    // Of a short item all, and its end with the checksum behind it.
+    std::array<char, firstBytes> bytes{};
+    std::size_t length = 0;
+    zip_int64_t count = 1;
+    while (count > 0 && length < bytes.size()) {
+        count = zip_fread(file, bytes.data(), bytes.size() - length);
+        length += count > 0 ? static_cast<std::size_t>(count) : 0;
+    }
+    const QString damage = count < 0 ? QString::fromUtf8(zip_file_strerror(file)) : QString();
+    zip_fclose(file);
+    return damage;
+}
+
+QList<Finding> ArchiveContent::damages() const
+{
+    QList<Finding> damages;
+    const zip_int64_t count = m_zip ? zip_get_num_entries(m_zip.get(), 0) : 0;
+    for (quint64 item = 0; item < static_cast<quint64>(count); ++item) {
+        if (const QString damage = damageOf(item); !damage.isEmpty()) {
+            damages.append({u"archive-fails"_s,
+                            u"%1 cannot be read: %2"_s.arg(quoted(itemName(item)), damage)});
+        }
+    }
+    return damages;
+}
+
 QByteArray ArchiveContent::content(const QString& path) const
 {
     const auto node = m_tree.nodes().constFind(path);
@@ -200,7 +241,9 @@ bool ArchiveContent::leadsOut(const QString& path, const UnpackedTree::Node& lin
 {
     const QString target = QFile::decodeName(itemContent(link.item));
     const QString folder = path.first(path.lastIndexOf(u'/') + 1);
-    return target.startsWith(u'/') || !staysInFolder(folder + target);
+    // Who moves an application finds the place for it by this link; nothing hangs on it.
+    const bool isPlace = target == "/Applications"_L1;
+    return !isPlace && (target.startsWith(u'/') || !staysInFolder(folder + target));
 }
 
 QStringList ArchiveContent::linksThatLeadOut() const

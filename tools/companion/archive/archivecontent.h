@@ -27,6 +27,8 @@ public:
     [[nodiscard]] const QList<Finding>& failures() const { return m_failures; }
     /// Bytes of all items unpacked, as the directory tells them.
     [[nodiscard]] quint64 unpackedSize() const { return m_unpackedSize; }
+    /// Items whose first bytes cannot be unpacked. Reads some of each item.
+    [[nodiscard]] QList<Finding> damages() const;
     /// What is wrong with the items' names, although unzip ends with 0.
     [[nodiscard]] const QList<Finding>& nameFindings() const { return m_nameFindings; }
     /// What the client would choose from on a machine of that processor, best first; the paths are
@@ -55,6 +57,9 @@ private:
     void checkName(quint64 item, quint8 system, const QString& shown);
     [[nodiscard]] QString itemName(quint64 item) const;
     [[nodiscard]] QByteArray itemContent(quint64 item) const;
+    /// Why the first bytes of the item cannot be unpacked; empty when they can, or when it is not
+    /// known.
+    [[nodiscard]] QString damageOf(quint64 item) const;
     /// Whether the text of the link at @p path leads out of the folder.
     [[nodiscard]] bool leadsOut(const QString& path, const UnpackedTree::Node& link) const;
     /// Whether the client's walk lists what lies at @p path: not hidden, and no link to nothing.

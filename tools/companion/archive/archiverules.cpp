@@ -11,6 +11,7 @@
 #include <QTemporaryFile>
 
 #include <algorithm>
+#include <optional>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -19,24 +20,6 @@ namespace {
 using Findings = QList<Finding>;
 
 constexpr quint64 largestArchive = 34'359'738'368; // bytes, unpacked
-
-/// One finding a rule, with the number of those left out.
-Findings firstOfEachRule(const Findings& findings)
-{
-    Findings first;
-    QHash<QString, qsizetype> counts;
-    for (const Finding& finding : findings) {
-        if (++counts[finding.rule] == 1) {
-            first.append(finding);
-        }
-    }
-    for (Finding& finding : first) {
-        if (const qsizetype others = counts.value(finding.rule) - 1; others > 0) {
-            finding.problem += u", and so with %1 more"_s.arg(others);
-        }
-    }
-    return first;
-}
 
 void addOnce(Findings& findings, const QString& rule, const QString& problem)
 {
@@ -94,12 +77,13 @@ void checkChoice(const ArchiveContent& archive, const QString& processor,
     checkTies(candidates, findings);
 }
 
-/// The version that the client would read from an installed bundle with this property list.
-QString bundleVersion(const QByteArray& propertyList)
+/// The version that the client would read from an installed bundle with this property list; nothing
+/// where no file can be made to read it from.
+std::optional<QString> bundleVersion(const QByteArray& propertyList)
 {
     QTemporaryFile file;
-    if (!file.open() || file.write(propertyList) != propertyList.size()) {
-        return {};
+    if (!file.open() || file.write(propertyList) != propertyList.size() || !file.flush()) {
+        return std::nullopt;
     }
     file.close();
     return SysProfiler::firstWord(SysProfiler::findBundleVersion(file.fileName()));
@@ -126,6 +110,23 @@ Finding comparedVersions(const QString& bundle, const QString& version,
 
 } // namespace
 
+QList<Finding> firstOfEachRule(const QList<Finding>& findings)
+{
+    Findings first;
+    QHash<QString, qsizetype> counts;
+    for (const Finding& finding : findings) {
+        if (++counts[finding.rule] == 1) {
+            first.append(finding);
+        }
+    }
+    for (Finding& finding : first) {
+        if (const qsizetype others = counts.value(finding.rule) - 1; others > 0) {
+            finding.problem += u", and so with %1 more"_s.arg(others);
+        }
+    }
+    return first;
+}
+
 bool isTooLarge(const ArchiveContent& archive)
 {
     return archive.unpackedSize() > largestArchive;
@@ -146,6 +147,10 @@ QList<Finding> archiveFindings(const ArchiveContent& archive, const UnpackedArch
         findings.append({u"archive-large"_s, u"unpacked it would have %1 bytes, which is above %2"_s
                                                  .arg(archive.unpackedSize())
                                                  .arg(largestArchive)});
+    }
+    if (!unpacked.obstacle.isEmpty()) {
+        findings.append(
+            {u"archive-untried"_s, u"it was not unpacked, as %1"_s.arg(unpacked.obstacle)});
     }
     findings += archive.nameFindings();
     findings += letterCaseFindings(archive);
@@ -180,15 +185,19 @@ QList<Finding> bundleFindings(const ArchiveContent& archive, const QString& cata
             continue;
         }
         const QByteArray list = archive.content(bundle + "/Contents/Info.plist"_L1);
-        const QString version = bundleVersion(list);
+        const std::optional<QString> version = bundleVersion(list);
         Finding finding;
-        if (version.isEmpty() && list.startsWith("bplist")) {
+        if (!version) {
+            finding = {u"archive-untried"_s,
+                       u"the version of %1 was not read, as no temporary file can be made"_s.arg(
+                           quoted(bundle))};
+        } else if (version->isEmpty() && list.startsWith("bplist")) {
             finding = {u"bundle-unread"_s,
                        u"the property list of %1 is no XML text"_s.arg(quoted(bundle))};
-        } else if (version.isEmpty()) {
+        } else if (version->isEmpty()) {
             finding = {u"bundle-version"_s, u"%1 has no version"_s.arg(quoted(bundle))};
         } else {
-            finding = comparedVersions(bundle, version, catalogueVersion);
+            finding = comparedVersions(bundle, *version, catalogueVersion);
         }
         if (!finding.rule.isEmpty()) {
             addOnce(findings, finding.rule, finding.problem);

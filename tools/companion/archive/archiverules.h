@@ -3,6 +3,9 @@
 #include "companion/archive/archivecontent.h"
 #include "companion/archive/unpackedarchive.h"
 
+/// One finding a rule, with the number of those left out.
+[[nodiscard]] QList<Finding> firstOfEachRule(const QList<Finding>& findings);
+
 /// Whether the archive is larger than what is unpacked here.
 [[nodiscard]] bool isTooLarge(const ArchiveContent& archive);
 

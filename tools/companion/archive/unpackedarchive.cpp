@@ -12,10 +12,11 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int patience = 100; // ms, between two looks at whether to stop
+constexpr int patience = 100; // ms, between two questions whether to go on
 
-/// unzip's verdict; nothing when there is none.
-std::optional<int> runUnzip(const QStringList& arguments, const std::atomic<bool>& isStopped)
+/// Leaves unzip's verdict in @p unpacked, or why there is none.
+void runUnzip(const QStringList& arguments, const std::function<bool()>& goesOn,
+              UnpackedArchive& unpacked)
 {
     QProcess unzip;
     // What unzip writes must not hang on where the companion is run: users have UTF-8.
@@ -33,17 +34,17 @@ std::optional<int> runUnzip(const QStringList& arguments, const std::atomic<bool
     unzip.setStandardErrorFile(QProcess::nullDevice());
     startUnzip(unzip, arguments);
     if (!unzip.waitForStarted()) {
-        return std::nullopt;
+        unpacked.obstacle = u"/usr/bin/unzip cannot be started"_s;
+        return;
     }
     while (unzip.state() != QProcess::NotRunning && !unzip.waitForFinished(patience)) {
-        if (isStopped) {
+        if (!goesOn()) {
             unzip.kill();
             unzip.waitForFinished();
-            return std::nullopt;
+            return;
         }
     }
-    return unzip.exitStatus() == QProcess::NormalExit ? std::optional(unzip.exitCode())
-                                                      : std::nullopt;
+    unpacked.unzipCode = unzip.exitCode(); // of a crash the signal's number, as the client has it
 }
 
 /// So that all of it can be removed: archives have folders that nobody may write to.
@@ -75,15 +76,16 @@ QStringList excludedItems(const QString& folder)
 
 } // namespace
 
-UnpackedArchive unpackArchive(const QString& path, const std::atomic<bool>& isStopped)
+UnpackedArchive unpackArchive(const QString& path, const std::function<bool()>& goesOn)
 {
     UnpackedArchive unpacked;
     const QTemporaryDir folder;
     if (!folder.isValid()) {
+        unpacked.obstacle = u"no temporary folder can be made"_s;
         return unpacked;
     }
-    unpacked.unzipCode =
-        runUnzip({u"-o"_s, QFileInfo(path).absoluteFilePath(), u"-d"_s, folder.path()}, isStopped);
+    runUnzip({u"-o"_s, QFileInfo(path).absoluteFilePath(), u"-d"_s, folder.path()}, goesOn,
+             unpacked);
     for (const QString& processor : processors()) {
         QList<InstallerCandidate>& items = unpacked.candidates[processor];
         items = installerCandidates(folder.path(), processor);

@@ -1,5 +1,6 @@
 #include "companion/catalogue/check.h"
 
+#include "companion/archive/interruption.h"
 #include "companion/catalogue/accepted.h"
 #include "companion/catalogue/filerules.h"
 #include "companion/catalogue/knownnames.h"
@@ -28,6 +29,7 @@ const QString acceptName = u"accept"_s;
 const QString filesName = u"files"_s;
 const QString knownName = u"known"_s;
 const QString removesName = u"removes"_s;
+const QString thoroughName = u"thorough"_s;
 const QString listRulesName = u"list-rules"_s;
 
 void describe(CommandLine& line)
@@ -36,6 +38,7 @@ void describe(CommandLine& line)
     line.addShared(CommandLine::Separator | CommandLine::Published | CommandLine::Strict |
                    CommandLine::Short | CommandLine::Json);
     line.addPlace(filesName, u"Check the installers in <FOLDER> too."_s, u"FOLDER"_s);
+    line.addSwitch(thoroughName, u"Unpack every archive of --files by unzip."_s);
     line.addPlace(knownName, u"Compare with the names of bundles in <NAMES>, one a line."_s,
                   u"NAMES"_s);
     line.addPlace(acceptName,
@@ -73,7 +76,7 @@ struct CheckResult
     Summary summary;
 };
 
-void write(const CheckResult& result, const CommandLine& line, QTextStream& out, QTextStream& err)
+void write(const CheckResult& result, const CommandLine& line, QTextStream& out)
 {
     if (line.isJson()) {
         writeFindingsAsJson(result.findings, result.summary, out);
@@ -82,7 +85,14 @@ void write(const CheckResult& result, const CommandLine& line, QTextStream& out,
     } else {
         writeFindings(result.findings, out);
     }
-    if (result.findings.isEmpty()) {
+}
+
+/// Says what the findings do not.
+void writeEnd(const CheckResult& result, bool isInterrupted, QTextStream& err)
+{
+    if (isInterrupted) {
+        err << "interrupted: not everything was looked at\n";
+    } else if (result.findings.isEmpty()) {
         err << cleanText(result.summary) << '\n';
     } else if (result.summary.leftOut > 0) {
         err << result.summary.leftOut << " more findings are left out\n";
@@ -98,7 +108,7 @@ struct CheckTask
     Published published;
     qsizetype mayGo = 0; ///< how many of its entries may be gone
     QStringList known;   ///< names of bundles that others have
-    QString folder;      ///< the installers'; empty when they are not checked
+    FileTask files;
     std::optional<AcceptedFindings> accepted;
     QString error; ///< why nothing can be checked; empty when something can
 };
@@ -125,9 +135,13 @@ CheckTask taskOf(const CommandLine& line)
     CheckTask task;
     task.separator = line.separator();
     task.place = line.arguments().constFirst();
-    task.folder = line.value(filesName);
-    if (!task.folder.isEmpty() && !QFileInfo(task.folder).isDir()) {
-        task.error = u"%1 is no folder"_s.arg(task.folder);
+    task.files = {line.value(filesName), line.isSet(thoroughName)};
+    if (!task.files.folder.isEmpty() && !QFileInfo(task.files.folder).isDir()) {
+        task.error = u"%1 is no folder"_s.arg(task.files.folder);
+        return task;
+    }
+    if (task.files.isThorough && task.files.folder.isEmpty()) {
+        task.error = u"--thorough needs --files"_s;
         return task;
     }
     const Source catalogue = readSource(task.place);
@@ -157,15 +171,16 @@ QHash<qsizetype, QString> namesByLine(const CatalogueText& text)
     return names;
 }
 
-CheckResult resultOf(CheckTask& task, Progress& progress)
+CheckResult resultOf(CheckTask& task, Progress& progress, const std::atomic<bool>& isStopped)
 {
     CheckResult result;
     Report report(shownPlace(task.place));
     const CatalogueText text = checkCatalogue(task.catalogue, task.separator, report);
     checkAgainstPublished(text, task.published.text.entries, task.mayGo, report);
     checkKnownNames(text.entries, task.known, report);
-    if (!task.folder.isEmpty()) {
-        result.summary.files = checkFiles(text, task.folder, task.published, report, progress);
+    if (!task.files.folder.isEmpty()) {
+        result.summary.files =
+            checkFiles(text, task.files, task.published, report, progress, isStopped);
     }
     result.findings = report.takeFindings();
     result.summary.entries = text.entries.size();
@@ -206,11 +221,16 @@ int runCheck(const QStringList& arguments, QTextStream& out, QTextStream& err)
         return line.fail(task.error, err);
     }
     CheckResult result;
+    const Interruption interruption;
     {
         Progress progress(err, Progress::isOnTerminal());
-        result = resultOf(task, progress);
+        result = resultOf(task, progress, interruption.hasCome());
     }
-    write(result, line, out, err);
+    write(result, line, out);
+    writeEnd(result, interruption.hasCome(), err);
+    if (interruption.hasCome()) {
+        return interruption.exitStatus();
+    }
     const bool hasFailed =
         result.summary.leftOut > 0 || isFailure(result.findings, line.isStrict());
     return hasFailed ? SomethingFound : NothingFound;

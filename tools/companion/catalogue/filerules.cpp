@@ -14,6 +14,7 @@
 #include <QSet>
 
 #include <algorithm>
+#include <functional>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -83,8 +84,12 @@ void checkEnding(const CatalogueEntry& entry, Report& report)
 class FileCheck
 {
 public:
-    FileCheck(const QString& folder, const Published& published, Report& report)
-        : m_folder(folder)
+    /// While an archive is unpacked, @p goesOn is asked whether that is still wanted.
+    FileCheck(const FileTask& task, const Published& published, Report& report,
+              const std::function<bool()>& goesOn)
+        : m_folder(task.folder)
+        , m_isThorough(task.isThorough)
+        , m_goesOn(goesOn)
         , m_publication(published.changed)
         , m_report(report)
     {
@@ -116,7 +121,8 @@ public:
             m_report.add(entry.line, u"file-empty"_s, u"%1 is empty"_s.arg(shown(entry)));
         } else if (!file.isReadable()) {
             m_report.add(entry.line, u"file-missing"_s, u"%1 cannot be read"_s.arg(shown(entry)));
-        } else if (const QString wrong = wrongFileType(path, entry.fileName); !wrong.isEmpty()) {
+        } else if (const QString wrong = wrongFileType(path, entry.fileName);
+                   !wrong.isEmpty() && !isSelfExtracting(entry, path)) {
             m_report.add(entry.line, u"file-type"_s, shown(entry) + u' ' + wrong);
         } else if (isArchive(entry.fileName)) {
             checkArchive(entry, path);
@@ -166,10 +172,26 @@ private:
         return false;
     }
 
+    /// Whether the file is an archive behind a program that unpacks it, which unzip takes as well.
+    static bool isSelfExtracting(const CatalogueEntry& entry, const QString& path)
+    {
+        return isArchive(entry.fileName) && ArchiveContent(path).error().isEmpty();
+    }
+
+    QList<Finding> contentFindings(const ArchiveContent& archive, const QString& path)
+    {
+        // What cannot be read here, unzip may be able to.
+        const bool isUnpacked = m_isThorough || !archive.error().isEmpty();
+        if (!isUnpacked || isTooLarge(archive)) {
+            return archiveFindings(archive) + firstOfEachRule(archive.damages());
+        }
+        return archiveFindings(archive, unpackArchive(path, m_goesOn));
+    }
+
     void checkArchive(const CatalogueEntry& entry, const QString& path)
     {
         const ArchiveContent archive(path);
-        QList<Finding> findings = archiveFindings(archive);
+        QList<Finding> findings = contentFindings(archive, path);
         if (archive.error().isEmpty()) {
             findings += bundleFindings(archive, entry.version);
             const QString former = m_formerFiles.value(entry.name);
@@ -186,6 +208,8 @@ private:
     }
 
     QDir m_folder;
+    bool m_isThorough;
+    std::function<bool()> m_goesOn;
     QDateTime m_publication; ///< when the published catalogue was written; invalid if unknown
     QSet<QString> m_names;
     QHash<QString, QString> m_spellings;   ///< by their folded letters
@@ -206,18 +230,25 @@ void checkFileNames(const QList<CatalogueEntry>& entries, Report& report)
     }
 }
 
-qsizetype checkFiles(const CatalogueText& text, const QString& folder, const Published& published,
-                     Report& report, Progress& progress)
+qsizetype checkFiles(const CatalogueText& text, const FileTask& task, const Published& published,
+                     Report& report, Progress& progress, const std::atomic<bool>& isStopped)
 {
-    FileCheck check(folder, published, report);
     qsizetype count = 0;
+    const auto goesOn = [&] {
+        progress.tell(u"%1 of %2 files read"_s.arg(count).arg(text.entries.size()));
+        return !isStopped;
+    };
+    FileCheck check(task, published, report, goesOn);
     for (const CatalogueEntry& entry : text.entries) {
+        if (!goesOn()) {
+            return count;
+        }
         // A name that is unfit has been reported; its file is not looked for.
         if (entry.fileName.isEmpty() || entry.fileName.contains(u'/')) {
             continue;
         }
         check.check(entry);
-        progress.tell(u"%1 of %2 files read"_s.arg(++count).arg(text.entries.size()));
+        ++count;
     }
     check.reportUnnamed(text.hiddenFiles);
     return count;

@@ -275,6 +275,11 @@ QList<Rule> archiveRules()
          u"The archive would have more than 32 GiB unpacked."_s,
          u"The client unpacks it, if the user's disk has room; here it is not tried."_s,
          u"Publish something smaller, or a .dmg."_s},
+        {u"archive-untried"_s, Severity::Warning,
+         u"The archive was not tried as the client does."_s,
+         u"What is told of it is what its directory promises, which can be wrong."_s,
+         u"See that /usr/bin/unzip is there and that the temporary folder (TMPDIR) can be written "
+         "to."_s},
         {u"archive-inside"_s, Severity::Error,
          u"The item that is opened lies inside another bundle."_s,
          u"The client tears it out and removes the bundle: what is opened is a part, which does "
