@@ -136,10 +136,10 @@ void DownloadBench::restart(Visibility visibility)
     }
 }
 
-void DownloadBench::open(Visibility visibility)
+void DownloadBench::open(Visibility visibility, TestLine at)
 {
     create(visibility);
-    QVERIFY(m_window->action_loadWebData());
+    VERIFY_AT(at, m_window->action_loadWebData());
     (void)m_machine.takeLog();
 }
 
@@ -163,21 +163,21 @@ QPushButton* DownloadBench::button(int row, const QString& name) const
     return table()->cellWidget(row, 2)->findChild<QPushButton*>(name);
 }
 
-void DownloadBench::pressDownload(int row, const char* file, int line) const
+void DownloadBench::pressDownload(int row, TestLine at) const
 {
-    press(row, u"downloadBtn"_s, file, line);
+    press(row, u"downloadBtn"_s, at);
 }
 
-void DownloadBench::pressCancel(int row, const char* file, int line) const
+void DownloadBench::pressCancel(int row, TestLine at) const
 {
-    press(row, u"cancelBtn"_s, file, line);
+    press(row, u"cancelBtn"_s, at);
 }
 
-void DownloadBench::press(int row, const QString& name, const char* file, int line) const
+void DownloadBench::press(int row, const QString& name, TestLine at) const
 {
     QPushButton* pressed = button(row, name);
     if (m_window->isVisible()) {
-        windowClick(pressed, file, line);
+        windowClick(pressed, at);
     } else {
         pressed->click();
     }

@@ -4,6 +4,7 @@
 #include "support/httpserver.h"
 #include "support/modalbox.h"
 #include "support/samplemachine.h"
+#include "support/testline.h"
 #include "ui/mainwindow.h"
 
 #include <QCoreApplication>
@@ -94,7 +95,7 @@ public:
         Hidden ///< quicker; all but the painting is the same
     };
     /// Creates a window that has loaded the catalogue.
-    void open(Visibility visibility = Shown);
+    void open(Visibility visibility = Shown, TestLine at = {});
     /// Creates a window that has loaded nothing yet.
     void create(Visibility visibility = Shown);
     /// The same with the settings file as it is.
@@ -107,10 +108,8 @@ public:
     [[nodiscard]] QLabel* label(int row) const;
     [[nodiscard]] QPushButton* button(int row, const QString& name) const;
     /// Presses "⤓" or "✕": with the mouse, unless the window is hidden.
-    void pressDownload(int row, const char* file = __builtin_FILE(),
-                       int line = __builtin_LINE()) const;
-    void pressCancel(int row, const char* file = __builtin_FILE(),
-                     int line = __builtin_LINE()) const;
+    void pressDownload(int row, TestLine at = {}) const;
+    void pressCancel(int row, TestLine at = {}) const;
     /// What a row shows: "2.0 ⤓ #d4d4d4", "0% ✕ #d4d4d4", or, with a bar that covers that share of
     /// it, "42% ✕ bar 42".
     [[nodiscard]] QString look(int row) const;
@@ -140,7 +139,7 @@ public Q_SLOTS:
 private:
     void setCatalogue(const QByteArray& text);
     void queueReplies();
-    void press(int row, const QString& name, const char* file, int line) const;
+    void press(int row, const QString& name, TestLine at) const;
     [[nodiscard]] QString background(int row) const;
 
     SampleMachine m_machine;

@@ -2,6 +2,8 @@
 
 #include <QTcpSocket>
 
+using namespace Qt::Literals::StringLiterals;
+
 qsizetype HeldServer::waiting(const QString& path) const
 {
     return m_waiting.value(path).size();
@@ -16,40 +18,46 @@ QStringList HeldServer::waitingPaths() const
     return paths;
 }
 
-QTcpSocket* HeldServer::oldest(const QString& path) const
+QTcpSocket* HeldServer::oldest(const QString& path, TestLine at) const
 {
     if (m_waiting.value(path).isEmpty()) {
-        qFatal("no request for %s waits", qUtf8Printable(path));
+        QTest::qFail(qPrintable("no request waits for "_L1 + path), at.file, at.line);
+        return nullptr;
     }
     return m_waiting[path].constFirst();
 }
 
-void HeldServer::begin(const QString& path, qint64 length)
+void HeldServer::begin(const QString& path, qint64 length, TestLine at)
 {
     QByteArray head = "HTTP/1.1 200 Status\r\nConnection: close\r\n";
     if (length >= 0) {
         head += "Content-Length: " + QByteArray::number(length) + "\r\n";
     }
-    oldest(path)->write(head + "\r\n");
+    send(path, head + "\r\n", at);
 }
 
-void HeldServer::send(const QString& path, const QByteArray& bytes)
+void HeldServer::send(const QString& path, const QByteArray& bytes, TestLine at)
 {
-    oldest(path)->write(bytes);
+    if (QTcpSocket* socket = oldest(path, at)) {
+        socket->write(bytes);
+    }
 }
 
-void HeldServer::end(const QString& path)
+void HeldServer::end(const QString& path, TestLine at)
 {
-    QTcpSocket* socket = oldest(path);
-    m_waiting[path].removeFirst();
-    socket->disconnectFromHost();
+    if (QTcpSocket* socket = oldest(path, at)) {
+        m_waiting[path].removeFirst();
+        socket->disconnectFromHost();
+    }
 }
 
-void HeldServer::answer(const QString& path, const QByteArray& body, int status)
+void HeldServer::answer(const QString& path, const QByteArray& body, int status, TestLine at)
 {
-    oldest(path)->write("HTTP/1.1 " + QByteArray::number(status) + " Status\r\nContent-Length: " +
-                        QByteArray::number(body.size()) + "\r\nConnection: close\r\n\r\n" + body);
-    end(path);
+    send(path,
+         "HTTP/1.1 " + QByteArray::number(status) + " Status\r\nContent-Length: " +
+             QByteArray::number(body.size()) + "\r\nConnection: close\r\n\r\n" + body,
+         at);
+    end(path, at);
 }
 
 void HeldServer::respond(QTcpSocket* socket, const QString& target)

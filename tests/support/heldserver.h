@@ -1,6 +1,7 @@
 #pragma once
 
 #include "support/httpserver.h"
+#include "support/testline.h"
 
 #include <QHash>
 #include <QList>
@@ -9,7 +10,7 @@
 class QTcpSocket;
 
 /// An HTTP server that answers each request when, and as far as, the test says. Of several requests
-/// for one path the oldest is meant.
+/// for one path the oldest is meant; where there is none, the test fails.
 class HeldServer : public HttpServer
 {
 public:
@@ -18,18 +19,19 @@ public:
     /// The paths of all that wait now, without their first "/", as the requests spell them.
     [[nodiscard]] QStringList waitingPaths() const;
     /// Starts an answer that announces @p length bytes, or no length when that is negative.
-    void begin(const QString& path, qint64 length);
-    void send(const QString& path, const QByteArray& bytes);
+    void begin(const QString& path, qint64 length, TestLine at = {});
+    void send(const QString& path, const QByteArray& bytes, TestLine at = {});
     /// Ends the answer, also when more was announced or nothing has been sent.
-    void end(const QString& path);
+    void end(const QString& path, TestLine at = {});
     /// A whole answer.
-    void answer(const QString& path, const QByteArray& body, int status = 200);
+    void answer(const QString& path, const QByteArray& body, int status = 200, TestLine at = {});
 
 protected:
     void respond(QTcpSocket* socket, const QString& target) override;
 
 private:
-    [[nodiscard]] QTcpSocket* oldest(const QString& path) const;
+    /// Null, and the test fails, where there is none.
+    [[nodiscard]] QTcpSocket* oldest(const QString& path, TestLine at) const;
 
     QHash<QString, QList<QTcpSocket*>> m_waiting; ///< by path
 };

@@ -25,12 +25,12 @@ void clickTwice(QWindow* window, QPoint place)
     QTest::mouseDClick(window, Qt::LeftButton, {}, place);
 }
 
-bool clickSeen(Click click, const QWidget* widget, QPoint place, const char* file, int line)
+bool clickSeen(Click click, const QWidget* widget, QPoint place, TestLine at)
 {
     if (!widget || !isSeen(widget, place)) {
         QString what;
         QDebug(&what) << "cannot be seen, so not clicked:" << widget << "at" << place;
-        QTest::qFail(qPrintable(what), file, line);
+        QTest::qFail(qPrintable(what), at.file, at.line);
         return false;
     }
     const QPointer<QWindow> window = widget->window()->windowHandle();
@@ -61,17 +61,17 @@ bool isSeen(const QWidget* widget, QPoint place)
     return isOnTop && !inWindow.isNull(); // which QTest takes for the window's middle
 }
 
-bool windowClick(const QWidget* widget, QPoint place, const char* file, int line)
+bool windowClick(const QWidget* widget, QPoint place, TestLine at)
 {
-    return clickSeen(clickOnce, widget, place, file, line);
+    return clickSeen(clickOnce, widget, place, at);
 }
 
-bool windowClick(const QWidget* widget, const char* file, int line)
+bool windowClick(const QWidget* widget, TestLine at)
 {
-    return windowClick(widget, middle(widget), file, line);
+    return windowClick(widget, middle(widget), at);
 }
 
-bool windowDoubleClick(const QWidget* widget, QPoint place, const char* file, int line)
+bool windowDoubleClick(const QWidget* widget, QPoint place, TestLine at)
 {
-    return clickSeen(clickTwice, widget, place, file, line);
+    return clickSeen(clickTwice, widget, place, at);
 }

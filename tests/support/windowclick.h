@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/testline.h"
+
 #include <QPoint>
 
 class QWidget;
@@ -15,11 +17,8 @@ class QWidget;
 ///
 /// Where the place is not seen, nothing is sent; the test function fails, at the caller's own line,
 /// and the result is false.
-bool windowClick(const QWidget* widget, QPoint place, const char* file = __builtin_FILE(),
-                 int line = __builtin_LINE());
+bool windowClick(const QWidget* widget, QPoint place, TestLine at = {});
 /// The same in the middle of @p widget.
-bool windowClick(const QWidget* widget, const char* file = __builtin_FILE(),
-                 int line = __builtin_LINE());
+bool windowClick(const QWidget* widget, TestLine at = {});
 /// The same twice in quick succession.
-bool windowDoubleClick(const QWidget* widget, QPoint place, const char* file = __builtin_FILE(),
-                       int line = __builtin_LINE());
+bool windowDoubleClick(const QWidget* widget, QPoint place, TestLine at = {});

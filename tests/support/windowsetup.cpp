@@ -64,13 +64,13 @@ MainWindow& WindowSetup::create()
     return *m_window;
 }
 
-MainWindow& WindowSetup::open()
+MainWindow& WindowSetup::open(TestLine at)
 {
     create();
     m_window->show();
     m_window->activateWindow();
     if (!QTest::qWaitForWindowActive(m_window.get())) {
-        qFatal("the window does not become active");
+        QTest::qFail("the window does not become active", at.file, at.line);
     }
     return *m_window;
 }

@@ -6,6 +6,7 @@
 #include "support/modalbox.h"
 #include "support/samplemachine.h"
 #include "support/settingsfile.h"
+#include "support/testline.h"
 
 #include <QAction>
 #include <QPushButton>
@@ -53,7 +54,7 @@ public:
     /// Creates the window, not yet shown.
     MainWindow& create();
     /// Creates the window, and shows and activates it.
-    MainWindow& open();
+    MainWindow& open(TestLine at = {});
     void destroyWindow() { m_window.reset(); }
     [[nodiscard]] MainWindow& window() const { return *m_window; }
 
