@@ -8,11 +8,12 @@ cd "$(dirname "$0")"
 
 install_missing unzip=unzip zip=zip nginx=nginx-light python3=python3 ps=procps \
     Xvfb=xvfb xauth=xauth openbox=openbox xdotool=xdotool import=imagemagick xwininfo=x11-utils
+processors=$(getconf _NPROCESSORS_ONLN)
+# Most of the long tests wait, so that two for each processor leave none idle.
+jobs=$((2 * processors))
 if [ ! -e build/dev/tests/ui/tst_mainwindow ]; then
-    say "The first build takes a few minutes; how long the tests take is said behind it."
+    python3 scripts/test_time.py "$jobs" "$processors"
 fi
 build_preset dev
-# Most of the long tests wait, so that two for each processor leave none idle.
-jobs=$((2 * $(getconf _NPROCESSORS_ONLN)))
 ctest --preset dev --show-only=json-v1 "$@" | python3 scripts/test_time.py "$jobs"
 exec ctest --preset dev --no-tests=error -j "$jobs" "$@"
