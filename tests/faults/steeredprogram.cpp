@@ -73,9 +73,9 @@ QString SteeredProgram::waitForAnswer(const QString& start)
     const auto hasCome = [&] {
         readAnswers();
         const auto found =
-            std::find_if(m_answers.begin(), m_answers.end(),
+            std::find_if(m_answers.cbegin(), m_answers.cend(),
                          [&](const QString& line) { return line.startsWith(start); });
-        if (found == m_answers.end()) {
+        if (found == m_answers.cend()) {
             return m_process.state() == QProcess::NotRunning;
         }
         answer = found->sliced(start.size());

@@ -80,11 +80,11 @@ void DownloadTroubles::take(const LogEntry&, const Logged::DownloadSaved& file)
 {
     const QString name = file.path.section(u'/', -1);
     const auto ended =
-        std::find_if(m_downloads.begin(), m_downloads.end(), [&name](const Running& download) {
+        std::find_if(m_downloads.cbegin(), m_downloads.cend(), [&name](const Running& download) {
             return download.url.toString().endsWith(u'/' + name) ||
                    download.url.fileName(QUrl::FullyDecoded) == name;
         });
-    if (ended != m_downloads.end()) {
+    if (ended != m_downloads.cend()) {
         m_downloads.erase(ended);
     }
 }

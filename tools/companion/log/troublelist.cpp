@@ -8,11 +8,11 @@ void TroubleList::add(const LogEntry& entry, Severity severity, const QString& k
                       const QString& problem, const Advice& advice)
 {
     const auto known =
-        std::find_if(m_troubles.begin(), m_troubles.end(), [&](const Trouble& trouble) {
+        std::find_if(m_troubles.cbegin(), m_troubles.cend(), [&](const Trouble& trouble) {
             return trouble.kind == kind && trouble.problem == problem;
         });
     int count = 1;
-    if (known != m_troubles.end()) {
+    if (known != m_troubles.cend()) {
         count += known->count;
         m_troubles.erase(known);
     }
