@@ -326,7 +326,6 @@ void TestNginxSite::answersSayHowTheyMayBeKept_data()
     };
     const QString installer = u"data/software/macos/Synth 2.5.pkg"_s;
     const QByteArray forEver = "public, max-age=31536000, immutable";
-    const Headers future = {{"If-Modified-Since", "Fri, 31 Dec 2099 23:59:59 GMT"}};
     row("a catalogue", u"config/01_MacOS.csv"_s, {}, 200, "no-cache");
     row("a compressed catalogue", u"config/01_MacOS.csv"_s, {{"Accept-Encoding", "gzip"}}, 200,
         "no-cache");
@@ -475,7 +474,6 @@ void TestNginxSite::clientNeverReadsHalfACatalogue()
         return text;
     };
     publish(u"config/01_MacOS.csv"_s, catalogue(0));
-    const QByteArray folder = (m_home->path() + "/www/config/"_L1).toUtf8();
     for (int edition = 1; edition <= 9; ++edition) {
         m_home->write(u"editions/%1.csv"_s.arg(edition), catalogue(edition));
     }
