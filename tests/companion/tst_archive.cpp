@@ -234,7 +234,7 @@ void TestArchive::initTestCase()
     QLoggingCategory::setFilterRules(u"default.debug=false"_s);
 }
 
-void TestArchive::choosesAsTheProgramDoes_data()
+void TestArchive::choosesAsTheProgramDoes_data() // NOLINT(readability-function-size): a table
 {
     QTest::addColumn<QByteArray>("archive");
 

@@ -113,7 +113,7 @@ CommandRun TestExplain::explain(const QStringList& arguments) const
     return run(runExplain, QStringList{u"explain"_s} + arguments);
 }
 
-void TestExplain::namesTheTrouble_data()
+void TestExplain::namesTheTrouble_data() // NOLINT(readability-function-size): a table
 {
     QTest::addColumn<QStringList>("log");
     QTest::addColumn<QStringList>("troubles");

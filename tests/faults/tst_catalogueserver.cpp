@@ -110,7 +110,7 @@ void TestCatalogueServer::textWithoutEntriesKeepsTheTable()
     QVERIFY(m_fault->windowStillWorks());
 }
 
-void TestCatalogueServer::oddTextIsShown_data()
+void TestCatalogueServer::oddTextIsShown_data() // NOLINT(readability-function-size): a table
 {
     QTest::addColumn<HttpReply>("reply");
     QTest::addColumn<QStringList>("rows");

@@ -131,7 +131,7 @@ void TestProfiler::constructionNeitherScansNorDownloads()
 
 // Which application a catalogue name stands for
 
-void TestProfiler::findMatches_data()
+void TestProfiler::findMatches_data() // NOLINT(readability-function-size): a table
 {
     QTest::addColumn<Bundles>("installed");
     QTest::addColumn<QString>("name");

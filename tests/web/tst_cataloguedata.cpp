@@ -81,7 +81,7 @@ void TestCatalogueData::cleanup()
     m_home.reset();
 }
 
-void TestCatalogueData::listsTheOfferedEntries_data()
+void TestCatalogueData::listsTheOfferedEntries_data() // NOLINT(readability-function-size): a table
 {
     QTest::addColumn<QByteArray>("file");
     QTest::addColumn<QString>("separator");
