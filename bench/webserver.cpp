@@ -87,7 +87,7 @@ void WebServer::writeNoise(const QString& relativePath, qint64 size) const
     if (!file.open(QIODevice::WriteOnly)) {
         fail("cannot write "_L1 + file.fileName());
     }
-    QList<quint32> piece(1024 * 1024 / qsizetype(sizeof(quint32)));
+    QList<quint32> piece(qsizetype(1024) * 1024 / qsizetype(sizeof(quint32)));
     QRandomGenerator(1).fillRange(piece.data(), piece.size());
     const auto pieceSize = qint64(piece.size() * qsizetype(sizeof(quint32)));
     for (qint64 written = 0; written < size; written += pieceSize) {

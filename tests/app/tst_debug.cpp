@@ -541,6 +541,7 @@ void TestDebug::linesOfManyThreadsStayWhole()
         [](QtMsgType, const QMessageLogContext&, const QString&) { ++onConsole; });
 
     std::vector<std::unique_ptr<QThread>> threads;
+    threads.reserve(threadCount);
     for (int thread = 0; thread < threadCount; ++thread) {
         threads.emplace_back(QThread::create([thread, &textOf] {
             for (int number = 0; number < linesEach; ++number) {

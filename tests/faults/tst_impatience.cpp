@@ -228,6 +228,29 @@ void keepWarnings(QtMsgType type, const QMessageLogContext& context, const QStri
     formerHandler(type, context, message);
 }
 
+/// What the user types into the settings, wrong and right.
+void giveTexts(ImpatientUser& user, FaultWindow& bench)
+{
+    const QString aFile = bench.machine().home().write(u"file"_s, "a file");
+    user.setTexts(u"lineEdit_downloadFolder"_s, {bench.downloads(),
+                                                 bench.machine().home().path() + "/none"_L1,
+                                                 aFile,
+                                                 u"~"_s,
+                                                 u"~/Downloads"_s,
+                                                 {}});
+    user.setTexts(u"lineEdit_baseURL"_s, {QString(), bench.server().url(), u"http://127.0.0.1:1/"_s,
+                                          u"nonsense"_s, u"http://[::"_s, u"a & b < c"_s});
+    user.setTexts(u"lineEdit_csvPath"_s,
+                  {bench.catalogueAddress(), u"catalogue.csv"_s, u"none.csv"_s, QString()});
+    user.setTexts(u"lineEdit_csvSeparator"_s, {u","_s, u";"_s, u"ab"_s, QString()});
+    user.setTexts(u"lineEdit_softPath"_s, {bench.softAddress(), u"soft/"_s, QString()});
+    user.setRightTexts({{u"lineEdit_baseURL"_s, QString()},
+                        {u"lineEdit_csvPath"_s, bench.catalogueAddress()},
+                        {u"lineEdit_csvSeparator"_s, u","_s},
+                        {u"lineEdit_softPath"_s, bench.softAddress()},
+                        {u"lineEdit_downloadFolder"_s, bench.downloads()}});
+}
+
 } // namespace
 
 /// An impatient user in front of the real window, whose server cannot be relied on, over many runs
@@ -306,22 +329,7 @@ void TestImpatience::survivesAnImpatientUser()
     bench.destroy();
 
     auto user = std::make_unique<ImpatientUser>(manner, seed, actions);
-    const QString aFile = home.write(u"file"_s, "a file");
-    user->setTexts(
-        u"lineEdit_downloadFolder"_s,
-        {bench.downloads(), home.path() + "/none"_L1, aFile, u"~"_s, u"~/Downloads"_s, {}});
-    user->setTexts(u"lineEdit_baseURL"_s,
-                   {QString(), bench.server().url(), u"http://127.0.0.1:1/"_s, u"nonsense"_s,
-                    u"http://[::"_s, u"a & b < c"_s});
-    user->setTexts(u"lineEdit_csvPath"_s,
-                   {bench.catalogueAddress(), u"catalogue.csv"_s, u"none.csv"_s, QString()});
-    user->setTexts(u"lineEdit_csvSeparator"_s, {u","_s, u";"_s, u"ab"_s, QString()});
-    user->setTexts(u"lineEdit_softPath"_s, {bench.softAddress(), u"soft/"_s, QString()});
-    user->setRightTexts({{u"lineEdit_baseURL"_s, QString()},
-                         {u"lineEdit_csvPath"_s, bench.catalogueAddress()},
-                         {u"lineEdit_csvSeparator"_s, u","_s},
-                         {u"lineEdit_softPath"_s, bench.softAddress()},
-                         {u"lineEdit_downloadFolder"_s, bench.downloads()}});
+    giveTexts(*user, bench);
 
     warnings.clear();
     formerHandler = qInstallMessageHandler(keepWarnings);

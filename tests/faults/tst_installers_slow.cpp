@@ -16,7 +16,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int pieces = 1'000;
+constexpr qint64 pieces = 1'000;
 constexpr qint64 megabyte = 1'000'000;
 
 /// The most memory that this process has had so far.

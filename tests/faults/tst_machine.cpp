@@ -357,7 +357,7 @@ void TestMachine::findListsFiftyThousandBundles()
     QVERIFY(m_window->windowStillWorks());
 }
 
-void TestMachine::infoPlistMisbehaves_data()
+void TestMachine::infoPlistMisbehaves_data() // NOLINT(readability-function-size): a table
 {
     QTest::addColumn<QByteArray>("script");
     QTest::addColumn<QStringList>("told");
@@ -556,9 +556,9 @@ void TestMachine::settingsMisbehaveAtTheStart()
         QCOMPARE(answers.texts(), QStringList{noProtocol});
     }
     QCOMPARE(m_window->rows(), QStringList());
-    QCOMPARE(m_window->disk(),
-             FaultWindow::untouchedDisk().replaceInStrings(
-                 u"config.xml"_s, canBeReset ? u"config.xml"_s : u"config.xml/"_s));
+    QStringList disk = FaultWindow::untouchedDisk();
+    disk.replaceInStrings(u"config.xml"_s, canBeReset ? u"config.xml"_s : u"config.xml/"_s);
+    QCOMPARE(m_window->disk(), disk);
     QCOMPARE(config(), before);
 
     if (canBeReset) {
@@ -742,7 +742,7 @@ void TestMachine::homeCannotBeWritten()
         QVERIFY(Console::hasLine(u"[INFO] Config - Base URL: "_s));
         QVERIFY(Console::hasLine(u"[INFO] SysProfiler [find] — 1 apps found"_s));
         if (hasSettings) {
-            QCOMPARE(m_window->rows(), FaultWindow::workingRows().first(1));
+            QCOMPARE(m_window->rows(), FaultWindow::workingRows().sliced(0, 1));
             m_window->pressDownload(0);
             QTRY_COMPARE(answers.texts(), QStringList{"Cannot write to: "_L1 +
                                                       m_window->downloads() + "/tool.dmg"_L1});
@@ -899,7 +899,6 @@ void TestMachine::twoProgramsStartTogetherInAnEmptyHome()
 void TestMachine::programRunsOnAFullFileSystem()
 {
     // A file system of its own for the program's folder, with room for the settings alone.
-    const QString folder = m_window->machine().home().userFolder();
     const QString wrapper = m_window->machine().home().write(
         u"wrapper"_s,
         "#!/bin/sh\nset -e\nmount -t tmpfs -o size=8k none \"$HOME/Library/Quillmere\"\n"

@@ -68,7 +68,7 @@ void TestMachineSlow::findDoesNotEnd()
     QVERIFY(!window.isWaitDialogVisible());
     QVERIFY(!button->isEnabled());
     window.reload();
-    QCOMPARE(window.rows().first(), u"Atlas |  | 2.0 ⤓ #d4d4d4"_s);
+    QCOMPARE(window.rows().constFirst(), u"Atlas |  | 2.0 ⤓ #d4d4d4"_s);
     (void)window.takeLines();
 
     const int process = pid();
@@ -76,7 +76,8 @@ void TestMachineSlow::findDoesNotEnd()
     QVERIFY2(timer.elapsed() >= 29'900, qPrintable(QString::number(timer.elapsed())));
     // What it has printed by then counts, and it is ended.
     QCOMPARE(window.rows(), FaultWindow::workingRows());
-    QCOMPARE(window.takeLines().replaceInStrings(home, u"~"_s), found.sliced(2) + matched);
+    QStringList lines = window.takeLines();
+    QCOMPARE(lines.replaceInStrings(home, u"~"_s), found.sliced(2) + matched);
     QCOMPARE(::kill(process, 0), -1);
     QVERIFY(window.windowStillWorks());
 }
@@ -91,9 +92,9 @@ void TestMachineSlow::plutilDoesNotEnd()
     windowClick(window.window().findChild<QPushButton*>(u"LoadButton"_s));
     // Asked twice, for 30 s each; the window stands still meanwhile.
     QVERIFY(QTest::qWaitFor([&] { return !window.isWaitDialogVisible(); }, 120'000));
-    QCOMPARE(window.rows().first(), u"Atlas |  | 2.0 ⤓ #ffdada"_s);
-    QCOMPARE(window.takeLines().replaceInStrings(home.path(), u"~"_s),
-             found + failedTwice + unread);
+    QCOMPARE(window.rows().constFirst(), u"Atlas |  | 2.0 ⤓ #ffdada"_s);
+    QStringList lines = window.takeLines();
+    QCOMPARE(lines.replaceInStrings(home.path(), u"~"_s), found + failedTwice + unread);
     QVERIFY(window.windowStillWorks());
 }
 

@@ -1,8 +1,8 @@
 #include "profiler/versionorder.h"
 
+#include <QSet>
 #include <QTest>
 
-#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -76,7 +76,7 @@ private Q_SLOTS:
     void textsOfEqualLengthAreOrderedByTheirNumbers();
 };
 
-void TestVersionOrder::comparesTexts_data()
+void TestVersionOrder::comparesTexts_data() // NOLINT(readability-function-size): a table
 {
     QTest::addColumn<QString>("a");
     QTest::addColumn<QString>("b");
@@ -280,15 +280,15 @@ void TestVersionOrder::swappingTheTextsTurnsTheOrder()
 
 void TestVersionOrder::onlyThreeResultsOccur()
 {
-    std::array<int, 3> seen = {};
+    QSet<int> seen;
     for (const QString& a : sampleVersions()) {
         for (const QString& b : sampleVersions()) {
             const int order = compareVersions(a, b);
             QVERIFY2(order >= -1 && order <= 1, qUtf8Printable(a + " against "_L1 + b));
-            ++seen[static_cast<std::size_t>(order + 1)];
+            seen.insert(order);
         }
     }
-    QVERIFY(std::all_of(seen.cbegin(), seen.cend(), [](int count) { return count > 0; }));
+    QCOMPARE(seen.size(), 3);
 }
 
 void TestVersionOrder::nothingBehindTheFirstBracketMatters()

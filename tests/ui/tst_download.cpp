@@ -360,8 +360,8 @@ void TestDownload::barFollowsTheColumnWidths()
         QCOMPARE(gradient->start(), QPointF(0, 0));
         QCOMPARE(gradient->finalStop(), QPointF(m_bench->table()->columnWidth(column), 0));
         for (qsizetype i = 0; i < expected[column].size(); ++i) {
-            QCOMPARE(gradient->stops()[i].second, expected[column][i].second);
-            QVERIFY(qAbs(gradient->stops()[i].first - expected[column][i].first) < 1e-9);
+            QCOMPARE(gradient->stops().at(i).second, expected[column][i].second);
+            QVERIFY(qAbs(gradient->stops().at(i).first - expected[column][i].first) < 1e-9);
         }
     }
 }

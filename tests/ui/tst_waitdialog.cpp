@@ -164,16 +164,16 @@ void TestWaitDialog::setMessageReplacesTheTextAlone()
 {
     WaitDialog dialog;
     dialog.show();
-    const QMovie* movie = labels(dialog)[0]->movie();
+    const QMovie* movie = labels(dialog).at(0)->movie();
     dialog.setMessage(u"Préparation de l'installation..."_s);
-    QCOMPARE(labels(dialog)[1]->text(), u"Préparation de l'installation..."_s);
-    QCOMPARE(labels(dialog)[0]->movie(), movie);
+    QCOMPARE(labels(dialog).at(1)->text(), u"Préparation de l'installation..."_s);
+    QCOMPARE(labels(dialog).at(0)->movie(), movie);
     QCOMPARE(dialog.windowTitle(), u"Veuillez patienter"_s);
     QCOMPARE(dialog.size(), QSize(200, 140));
     QVERIFY(dialog.isVisible());
     dialog.close();
     dialog.show();
-    QCOMPARE(labels(dialog)[1]->text(), u"Préparation de l'installation..."_s);
+    QCOMPARE(labels(dialog).at(1)->text(), u"Préparation de l'installation..."_s);
 }
 
 void TestWaitDialog::shownTwiceItStaysOneWindow()
@@ -216,7 +216,7 @@ void TestWaitDialog::textsCanBeTranslated()
     QVERIFY(QCoreApplication::installTranslator(&translator));
     const WaitDialog dialog;
     QCOMPARE(dialog.windowTitle(), u"[Veuillez patienter]"_s);
-    QCOMPARE(labels(dialog)[1]->text(), u"[Opération en cours...]"_s);
+    QCOMPARE(labels(dialog).at(1)->text(), u"[Opération en cours...]"_s);
 }
 
 QTEST_MAIN(TestWaitDialog)

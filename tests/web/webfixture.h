@@ -29,7 +29,8 @@ inline QStringList linesWithoutDuration(const PrivateHome& home)
 {
     static const QRegularExpression duration(
         QStringLiteral("(?<=execution duration: )[0-9]+(\\.[0-9]{1,3})?(?=s\\)$)"));
-    return home.logLines().replaceInStrings(duration, QStringLiteral("N"));
+    QStringList lines = home.logLines();
+    return lines.replaceInStrings(duration, QStringLiteral("N"));
 }
 
 /// What a whole update logs when its transfers log @p between.
