@@ -17,6 +17,8 @@ import sys
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
+from compilecommands import unlisted
+
 PROCESSORS = ("arm64", "x86_64")
 OLDEST_MACOS = "12"
 FOLDERS = ("src", "tools", "tests", "bench")
@@ -72,21 +74,12 @@ def is_rejected(compiler, text, reason):
     return result.returncode != 0 and reason in result.stderr
 
 
-def unlisted(entries):
-    """The project's files that no command compiles."""
-    compiled = {os.path.realpath(entry["file"]) for entry in entries}
-    listed = subprocess.run(["git", "ls-files", "-z", *(f"{name}/*.cpp" for name in FOLDERS)],
-                            capture_output=True, text=True, check=True).stdout
-    return [path for path in filter(None, listed.split("\0"))
-            if os.path.exists(path) and os.path.realpath(path) not in compiled]
-
-
 def main():
     if len(sys.argv) != 4:
         sys.exit(__doc__)
     commands, toolchain, headers = (Path(path).resolve() for path in sys.argv[1:])
     entries = json.loads(commands.read_text(encoding="utf-8"))
-    missing = unlisted(entries)
+    missing = unlisted(FOLDERS, {Path(entry["file"]).resolve() for entry in entries})
     if missing or not entries:
         sys.exit(f"No command in {commands} compiles: {' '.join(missing)}")
     entries = [entry for entry in entries if LINUX_ALONE not in entry["file"]]

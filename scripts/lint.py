@@ -22,7 +22,8 @@ import sys
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
-PROJECT = Path(__file__).resolve().parent.parent
+from compilecommands import PROJECT, unlisted
+
 LINT = PROJECT / "build/lint"
 FOLDERS = ("src", "tools", "tests", "bench", "fuzz")
 TOGETHER = 12
@@ -178,15 +179,6 @@ def units_of(databases):
     return [unit for path in sorted(found) for unit in found[path].values()]
 
 
-def unlisted(units):
-    """The project's files that no command compiles."""
-    known = {unit.path for unit in units}
-    listed = subprocess.run(["git", "ls-files", "-z", *(f"{name}/*.cpp" for name in FOLDERS)],
-                            cwd=PROJECT, capture_output=True, text=True, check=True).stdout
-    paths = [PROJECT / path for path in filter(None, listed.split("\0"))]
-    return [str(path) for path in paths if path.exists() and path not in known]
-
-
 def gathered(units):
     umbrellas = []
     for unit in units:
@@ -277,7 +269,7 @@ def unfound(umbrella):
 def prepared(databases, pool):
     """The umbrellas over all files, each known to compile."""
     units = units_of(databases)
-    missing = unlisted(units)
+    missing = unlisted(FOLDERS, {unit.path for unit in units})
     if missing:
         sys.exit(f"No command compiles: {' '.join(missing)}")
     LINT.mkdir(parents=True, exist_ok=True)
