@@ -26,7 +26,7 @@ private:
 
     SampleHome m_home;
     WebServer m_server;
-    SampleMachine m_machine;
+    BenchMachine m_machine;
     std::unique_ptr<MainWindow> m_window;
     QTableWidget* m_table;
 };

@@ -62,7 +62,7 @@ QByteArray spawned(std::vector<const char*> command)
 
 Benchmark scan()
 {
-    const auto machine = std::make_shared<SampleMachine>(applicationCount, entryCount);
+    const auto machine = std::make_shared<BenchMachine>(applicationCount, entryCount);
     const auto scanner = std::make_shared<SysProfiler>();
     const auto found = [] {
         return spawned({"find", "/Applications", "-maxdepth", "3", "-type", "d", "-name", "*.app"});
@@ -117,7 +117,7 @@ void readVersions(SysProfiler& scanner, const QStringList& names)
 
 Benchmark plists()
 {
-    const auto machine = std::make_shared<SampleMachine>(applicationCount, entryCount);
+    const auto machine = std::make_shared<BenchMachine>(applicationCount, entryCount);
     const auto scanner = std::make_shared<SysProfiler>();
     Benchmark benchmark;
     benchmark.what = u"getVersion of 2,000 bundles / a bare QXmlStreamReader"_s;
@@ -175,7 +175,7 @@ public:
     [[nodiscard]] QString version(const QString& name) { return m_profiler.getSysVersion(name); }
 
 private:
-    SampleMachine m_machine;
+    BenchMachine m_machine;
     Profiler m_profiler;
     QList<Application> m_applications;
 };
@@ -261,11 +261,11 @@ QList<BenchmarkCase> inventoryCases()
 QList<Workload> inventoryWorkloads()
 {
     const auto scanBundles = [](int bundles) -> std::function<void()> {
-        const auto machine = std::make_shared<SampleMachine>(bundles, bundles);
+        const auto machine = std::make_shared<BenchMachine>(bundles, bundles);
         return [machine, scanner = std::make_shared<SysProfiler>()] { scanner->update(); };
     };
     const auto readBundles = [](int bundles) -> std::function<void()> {
-        const auto machine = std::make_shared<SampleMachine>(bundles, bundles);
+        const auto machine = std::make_shared<BenchMachine>(bundles, bundles);
         const auto scanner = std::make_shared<SysProfiler>();
         scanner->update();
         return [machine, scanner] { readVersions(*scanner, machine->names()); };

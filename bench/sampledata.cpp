@@ -85,7 +85,7 @@ QByteArray sampleCatalogue(int entries)
     return catalogue;
 }
 
-SampleMachine::SampleMachine(int applications, int entries) : m_formerPath(qgetenv("PATH"))
+BenchMachine::BenchMachine(int applications, int entries) : m_formerPath(qgetenv("PATH"))
 {
     for (int i = 0; i < applications; ++i) {
         const int entry = 2 * i;
@@ -99,17 +99,17 @@ SampleMachine::SampleMachine(int applications, int entries) : m_formerPath(qgete
     qputenv("PATH", m_folder.filePath(u"bin"_s).toLocal8Bit() + ':' + m_formerPath);
 }
 
-SampleMachine::~SampleMachine()
+BenchMachine::~BenchMachine()
 {
     qputenv("PATH", m_formerPath);
 }
 
-QString SampleMachine::folder() const
+QString BenchMachine::folder() const
 {
     return m_folder.filePath(u"Applications"_s);
 }
 
-QStringList SampleMachine::plists() const
+QStringList BenchMachine::plists() const
 {
     QStringList paths;
     for (const QString& name : m_names) {
@@ -118,7 +118,7 @@ QStringList SampleMachine::plists() const
     return paths;
 }
 
-void SampleMachine::install(const QString& name, const QString& version)
+void BenchMachine::install(const QString& name, const QString& version)
 {
     const QString contents = folder() + u'/' + name + ".app/Contents"_L1;
     QDir().mkpath(contents);

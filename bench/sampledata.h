@@ -6,19 +6,19 @@
 [[nodiscard]] QString entryName(int index);
 
 /// A catalogue of @p entries applications, all offered, in seven columns. Every other one is
-/// installed on a SampleMachine that has enough applications: older, equal and newer by turns.
+/// installed on a BenchMachine that has enough applications: older, equal and newer by turns.
 [[nodiscard]] QByteArray sampleCatalogue(int entries);
 
 /// Application bundles, and a `find` first in PATH that finds them in place of the machine's own,
 /// for as long as the object lives.
-class SampleMachine
+class BenchMachine
 {
 public:
     /// @p applications of which as many as can be stand for an entry of sampleCatalogue(@p
     /// entries).
-    SampleMachine(int applications, int entries);
-    ~SampleMachine();
-    Q_DISABLE_COPY_MOVE(SampleMachine)
+    BenchMachine(int applications, int entries);
+    ~BenchMachine();
+    Q_DISABLE_COPY_MOVE(BenchMachine)
 
     /// The folder that holds the bundles.
     [[nodiscard]] QString folder() const;

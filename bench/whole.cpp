@@ -24,7 +24,7 @@ struct Organisation
 
     SampleHome home;
     WebServer server;
-    SampleMachine machine;
+    BenchMachine machine;
 };
 
 Benchmark wholeOf(int entries, int applications)

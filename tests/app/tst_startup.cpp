@@ -1,36 +1,19 @@
-#include "app/buildinfo.h"
-#include "system/system.h"
-
 #include "support/httpserver.h"
 #include "support/privatehome.h"
 #include "support/settingsfile.h"
 #include "support/standin.h"
+#include "support/startbanner.h"
+#include "support/testline.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QProcess>
 #include <QRegularExpression>
-#include <QSysInfo>
 #include <QTest>
 
 #include <optional>
 
 using namespace Qt::Literals::StringLiterals;
-
-namespace {
-
-QStringList banner()
-{
-    return {u"[INFO] Quillmere START"_s,
-            u"[INFO] Author: "_s + BuildInfo::authorName(),
-            u"[INFO] Mail: "_s + BuildInfo::authorMail(),
-            u"[INFO] Version: 26.3.0 (Build on %1)"_s.arg(BuildInfo::buildDate()),
-            u"[INFO] Based on Qt "_s + QStringLiteral(QT_VERSION_STR),
-            u"[INFO] CPU Architecture: "_s + System::cpuArchitecture(),
-            u"[INFO] OS: "_s + QSysInfo::prettyProductName()};
-}
-
-} // namespace
 
 /// Runs the built program against a server that never answers: it stands still in the catalogue's
 /// load, after everything that start-up does.
@@ -48,7 +31,7 @@ private Q_SLOTS:
     void takesNoArguments();
 
 private:
-    void start(const QStringList& arguments = {});
+    void start(const QStringList& arguments = {}, TestLine at = {});
     /// The console's first @p count lines of the log, each without its time; what the platform
     /// says in between is left out.
     [[nodiscard]] QStringList consoleLines(qsizetype count);
@@ -82,7 +65,7 @@ void TestStartup::cleanup()
     m_home.reset();
 }
 
-void TestStartup::start(const QStringList& arguments)
+void TestStartup::start(const QStringList& arguments, TestLine at)
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
@@ -93,9 +76,9 @@ void TestStartup::start(const QStringList& arguments)
     environment.remove(u"http_proxy"_s);
     m_program->setProcessEnvironment(environment);
     m_program->start(QStringLiteral(QUILLMERE_PROGRAM), arguments);
-    QVERIFY2(m_program->waitForStarted(), qUtf8Printable(m_program->errorString()));
+    VERIFY2_AT(at, m_program->waitForStarted(), qUtf8Printable(m_program->errorString()));
     // The window was built and shown before: the catalogue is asked for after that.
-    QTRY_COMPARE_WITH_TIMEOUT(m_server->requests(), QStringList{u"/catalogue.csv"_s}, 30000);
+    TRY_COMPARE_AT(at, m_server->requests(), QStringList{u"/catalogue.csv"_s}, 30000);
 }
 
 QStringList TestStartup::consoleLines(qsizetype count)
@@ -124,28 +107,28 @@ void TestStartup::beginsAFreshLogWithHeaderAndBanner()
     QVERIFY2(log.startsWith("=== Quillmere 26.3.0 \xe2\x80\x94 "), log.constData());
     QCOMPARE(log.count("==="), 2);
     const QStringList lines = m_home->logLines();
-    QCOMPARE(lines.mid(0, 7), banner());
+    QCOMPARE(lines.mid(0, 7), startBanner());
     QCOMPARE(lines.value(7), u"[INFO] Current config file: "_s + m_home->configPath());
 }
 
 void TestStartup::showsTheBannerOnTheConsole()
 {
     start();
-    QCOMPARE(consoleLines(7), banner());
+    QCOMPARE(consoleLines(7), startBanner());
 }
 
 void TestStartup::startsWithoutALogFile()
 {
     QVERIFY(QDir().mkpath(m_home->logPath()));
     start();
-    QCOMPARE(consoleLines(7), banner());
+    QCOMPARE(consoleLines(7), startBanner());
     QVERIFY(QFileInfo(m_home->logPath()).isDir());
 }
 
 void TestStartup::takesNoArguments()
 {
     start({u"--help"_s, u"file.csv"_s});
-    QCOMPARE(m_home->logLines().mid(0, 7), banner());
+    QCOMPARE(m_home->logLines().mid(0, 7), startBanner());
     QCOMPARE(m_program->state(), QProcess::Running);
 }
 

@@ -1,6 +1,7 @@
 #include "companion/log/troubles.h"
 #include "support/downloadbench.h"
 #include "support/modalbox.h"
+#include "support/testline.h"
 
 #include <QDir>
 #include <QProcess>
@@ -34,7 +35,7 @@ private Q_SLOTS:
 
 private:
     /// Downloads row 0 until it is idle again and nothing is unpacked any more.
-    void download();
+    void download(TestLine at = {});
     [[nodiscard]] QList<Trouble> found() const
     {
         return logTroubles(readClientLog(PrivateHome::read(m_bench->machine().home().logPath())));
@@ -67,12 +68,14 @@ QStringList TestExplainWindow::troubles() const
     return texts;
 }
 
-void TestExplainWindow::download()
+void TestExplainWindow::download(TestLine at)
 {
-    m_bench->pressDownload(0);
-    QVERIFY(comesToHold([this] { return !m_bench->button(0, u"downloadBtn"_s)->isHidden(); }));
-    QVERIFY(comesToHold([this] { return m_bench->window().findChildren<QProcess*>().isEmpty(); }));
-    QVERIFY(m_bench->waitForScan());
+    m_bench->pressDownload(0, at);
+    VERIFY_AT(at,
+              comesToHold([this] { return !m_bench->button(0, u"downloadBtn"_s)->isHidden(); }));
+    VERIFY_AT(
+        at, comesToHold([this] { return m_bench->window().findChildren<QProcess*>().isEmpty(); }));
+    VERIFY_AT(at, m_bench->waitForScan());
 }
 
 void TestExplainWindow::goodRunShowsNoTrouble()

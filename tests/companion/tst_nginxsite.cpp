@@ -1,6 +1,8 @@
+#include "support/cataloguetext.h"
 #include "support/httpserver.h"
 #include "support/localtrust.h"
 #include "support/privatehome.h"
+#include "support/testline.h"
 #include "web/webprofiler.h"
 
 #include <QDeadlineTimer>
@@ -26,7 +28,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-const QByteArray header = "Name,Version,Release date,Filename,Ignored\n";
+const QByteArray& header = catalogueTitles;
 
 quint16 freePort()
 {
@@ -211,7 +213,7 @@ private Q_SLOTS:
 
 private:
     /// Puts a file in place as a publisher does: beside it under a hidden name, then by rename.
-    void publish(const QString& path, const QByteArray& content) const;
+    void publish(const QString& path, const QByteArray& content, TestLine at = {}) const;
 
     std::optional<PrivateHome> m_home;
     std::optional<LocalTrust> m_trust;
@@ -259,11 +261,11 @@ void TestNginxSite::cleanup()
     m_home.reset();
 }
 
-void TestNginxSite::publish(const QString& path, const QByteArray& content) const
+void TestNginxSite::publish(const QString& path, const QByteArray& content, TestLine at) const
 {
     const QString target = m_home->path() + "/www/"_L1 + path;
     const QString hidden = m_home->write("www/"_L1 + path + ".new"_L1, content);
-    QCOMPARE(std::rename(qPrintable(hidden), qPrintable(target)), 0);
+    COMPARE_AT(at, std::rename(qPrintable(hidden), qPrintable(target)), 0);
 }
 
 void TestNginxSite::configurationIsAccepted()

@@ -3,8 +3,10 @@
 #include "commandrun.h"
 #include "companion/preview/inventory.h"
 #include "companion/preview/previewtable.h"
+#include "support/cataloguetext.h"
 #include "support/httpserver.h"
 #include "support/privatehome.h"
+#include "support/propertylist.h"
 #include "support/standin.h"
 
 #include <QDateTime>
@@ -21,7 +23,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-const QByteArray header = "Name,Version,Release date,Filename,Ignored\n";
+const QByteArray& header = catalogueTitles;
 
 /// A log as a client writes it, of one scan and the matches of one catalogue.
 const QByteArray sampleLog =
@@ -401,9 +403,7 @@ void TestPreview::printsTheTableOfAScan()
 {
     const StandIns commands;
     commands.add(u"find"_s, "echo \"$HOME/Synth.app\"\n");
-    m_home->write(u"Synth.app/Contents/Info.plist"_s,
-                  "<plist><dict><key>CFBundleShortVersionString</key><string>3.1 (5)</string>"
-                  "</dict></plist>");
+    m_home->write(u"Synth.app/Contents/Info.plist"_s, versionPlist("3.1 (5)"));
     const CommandRun printed = preview({u"--scan"_s, path(u"new.csv"_s)});
     QCOMPARE(printed.status, 0);
     QCOMPARE(printed.err, QString());

@@ -64,13 +64,13 @@ bool isFurniture(const QString& path)
 
 FaultWindow::FaultWindow(Source source) : DownloadBench(source) {}
 
-void FaultWindow::openWorking(Visibility visibility)
+void FaultWindow::openWorking(Visibility visibility, TestLine at)
 {
     machine().install(u"Atlas"_s, u"1.0"_s);
     list({{.name = u"Atlas"_s}, {.name = u"Bench"_s}});
-    open(visibility);
-    QVERIFY(scan());
-    QCOMPARE(rows(), workingRows());
+    open(visibility, at);
+    VERIFY_AT(at, scan());
+    COMPARE_AT(at, rows(), workingRows());
     (void)takeLines();
 }
 
@@ -119,18 +119,18 @@ QString FaultWindow::retryLine()
 }
 
 void FaultWindow::expectFailedLoad(const QString& error, const QStringList& transfers,
-                                   const std::function<void(QMessageBox&)>& look)
+                                   const std::function<void(QMessageBox&)>& look, TestLine at)
 {
     BoxAnswerer boxes(QMessageBox::Ok);
     boxes.inspect(look);
     reload();
-    QCOMPARE(boxes.titles(), QStringList{u"File Error"_s});
-    QCOMPARE(boxes.texts(), QStringList{u"Ressources internet inaccessibles\n\n"_s + error});
-    QCOMPARE(takeLines(), loadLines(catalogueAddress(), transfers));
-    QCOMPARE(rows(), workingRows());
-    QVERIFY(!isWaitDialogVisible());
-    QVERIFY(opened().isEmpty());
-    expectUntouchedDisk();
+    COMPARE_AT(at, boxes.titles(), QStringList{u"File Error"_s});
+    COMPARE_AT(at, boxes.texts(), QStringList{u"Ressources internet inaccessibles\n\n"_s + error});
+    COMPARE_AT(at, takeLines(), loadLines(catalogueAddress(), transfers));
+    COMPARE_AT(at, rows(), workingRows());
+    VERIFY_AT(at, !isWaitDialogVisible());
+    VERIFY_AT(at, opened().isEmpty());
+    expectUntouchedDisk(at);
 }
 
 QStringList FaultWindow::disk() const
@@ -162,10 +162,10 @@ bool FaultWindow::isConfigUntouched() const
     return isSame("config.xml", PrivateHome::read(machine().home().configPath()), settings());
 }
 
-void FaultWindow::expectUntouchedDisk() const
+void FaultWindow::expectUntouchedDisk(TestLine at) const
 {
-    QCOMPARE(disk(), untouchedDisk());
-    QVERIFY(isConfigUntouched());
+    COMPARE_AT(at, disk(), untouchedDisk());
+    VERIFY_AT(at, isConfigUntouched());
 }
 
 QString FaultWindow::pictureMarkup() const
@@ -216,7 +216,7 @@ bool FaultWindow::repairSettings()
                            {u"downloadFolder"_s, downloads()}});
 }
 
-bool FaultWindow::windowStillWorks()
+bool FaultWindow::windowStillWorks(TestLine at)
 {
     if (const QWidget* modal = QApplication::activeModalWidget()) {
         qWarning() << "still open:" << modal;
@@ -226,9 +226,9 @@ bool FaultWindow::windowStillWorks()
     const BoxAnswerer boxes(QMessageBox::Ok);
     reload();
     const qsizetype openedBefore = openedUrls().size();
-    windowClick(window().findChild<QPushButton*>(u"LoadButton"_s));
+    windowClick(window().findChild<QPushButton*>(u"LoadButton"_s), at);
     return isSame("the number of boxes", boxes.count(), qsizetype(0)) && waitForScan() &&
-           isSame("the table", rows(), goodRows) && downloadsAndOpens() &&
+           isSame("the table", rows(), goodRows) && downloadsAndOpens(at) &&
            isSame("the number of openings", openedUrls().size(), openedBefore + 1) &&
            isSame("the table at the end", rows(), goodRows) &&
            isSame("the wait dialog's visibility", isWaitDialogVisible(), false) &&
@@ -250,18 +250,18 @@ void FaultWindow::prepareGoodWorld()
     list(entries);
 }
 
-bool FaultWindow::downloadsAndOpens()
+bool FaultWindow::downloadsAndOpens(TestLine at)
 {
     const QString path = downloads() + u'/' + goodInstaller;
     const qsizetype before = opened().size();
-    pressDownload(0);
+    pressDownload(0, at);
     if (isHeld()) {
         const QString asked = "soft/"_L1 + goodInstaller;
         if (!comesToHold([&] { return held().waiting(asked) == 1; })) {
             qWarning() << "the installer is not asked for";
             return false;
         }
-        held().answer(asked, goodBody);
+        held().answer(asked, goodBody, 200, at);
     }
     if (!comesToHold([&] { return opened().size() > before; })) {
         qWarning() << "the installer is not opened";

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "support/downloadbench.h"
+#include "support/testline.h"
 
 #include <QHash>
 #include <QStringList>
@@ -22,7 +23,7 @@ public:
 
     /// A window that has loaded a catalogue of "Atlas" 2.0 (installed: 1.0) and "Bench" 2.0 (not
     /// installed), both with "tool.dmg", and has scanned: what the user had before the fault.
-    void openWorking(Visibility visibility = Shown);
+    void openWorking(Visibility visibility = Shown, TestLine at = {});
     /// What rows() gives of that window.
     [[nodiscard]] static QStringList workingRows();
 
@@ -45,7 +46,7 @@ public:
     /// opened, and disk and settings are untouched.
     /// @p look is run with the open box.
     void expectFailedLoad(const QString& error, const QStringList& transfers,
-                          const std::function<void(QMessageBox&)>& look = {});
+                          const std::function<void(QMessageBox&)>& look = {}, TestLine at = {});
     /// Everything below HOME but the sample machine itself and the log: paths below HOME, in order,
     /// hidden files too, a folder with a final "/".
     [[nodiscard]] QStringList disk() const;
@@ -54,7 +55,7 @@ public:
     /// Whether config.xml is byte for byte what it was when the window was created.
     [[nodiscard]] bool isConfigUntouched() const;
     /// Fails the test unless disk and settings are.
-    void expectUntouchedDisk() const;
+    void expectUntouchedDisk(TestLine at = {}) const;
 
     /// Markup that shows a picture of this machine, 900 pixels high, wherever it counts as markup.
     [[nodiscard]] QString pictureMarkup() const;
@@ -72,9 +73,9 @@ public:
     /// shows the right rows and colours, downloads an installer, saves and opens it, and scans
     /// again. Warns of the first thing that does not work. The `find` of the sample machine and the
     /// download folder are put back first.
-    [[nodiscard]] bool windowStillWorks();
+    [[nodiscard]] bool windowStillWorks(TestLine at = {});
 
 private:
     void prepareGoodWorld();
-    [[nodiscard]] bool downloadsAndOpens();
+    [[nodiscard]] bool downloadsAndOpens(TestLine at);
 };

@@ -2,6 +2,7 @@
 
 #include "faults/oddreplies.h"
 #include "support/modalbox.h"
+#include "support/testline.h"
 
 #include <QApplication>
 #include <QHelpEvent>
@@ -60,7 +61,8 @@ private Q_SLOTS:
 
 private:
     /// Rests the pointer in the middle of @p where in @p widget: the tip that opens reads @p text.
-    static void expectToolTip(QWidget* widget, const QRect& where, const QString& text);
+    static void expectToolTip(QWidget* widget, const QRect& where, const QString& text,
+                              TestLine at = {});
 
     std::optional<FaultWindow> m_fault;
 };
@@ -239,19 +241,20 @@ void TestCatalogueServer::markupIsShownAsItStands()
     QVERIFY(m_fault->windowStillWorks());
 }
 
-void TestCatalogueServer::expectToolTip(QWidget* widget, const QRect& where, const QString& text)
+void TestCatalogueServer::expectToolTip(QWidget* widget, const QRect& where, const QString& text,
+                                        TestLine at)
 {
     QHelpEvent event(QEvent::ToolTip, where.center(), widget->mapToGlobal(where.center()));
     QCoreApplication::sendEvent(widget, &event);
     const auto hidesIt = qScopeGuard([] { QToolTip::hideText(); });
-    QVERIFY(QToolTip::isVisible());
+    VERIFY_AT(at, QToolTip::isVisible());
     QTextDocument shown;
     Qt::mightBeRichText(QToolTip::text()) ? shown.setHtml(QToolTip::text())
                                           : shown.setPlainText(QToolTip::text());
-    QCOMPARE(shown.toPlainText(), text);
+    COMPARE_AT(at, shown.toPlainText(), text);
     for (const QWidget* window : QApplication::topLevelWidgets()) {
-        QVERIFY2(!window->isVisible() || window->height() < FaultWindow::pictureHeight,
-                 window->metaObject()->className());
+        VERIFY2_AT(at, !window->isVisible() || window->height() < FaultWindow::pictureHeight,
+                   window->metaObject()->className());
     }
 }
 

@@ -3,6 +3,7 @@
 #include "faults/plainrights.h"
 #include "faults/steeredprogram.h"
 #include "support/modalbox.h"
+#include "support/testline.h"
 #include "support/windowclick.h"
 #include "ui/preferencedialog.h"
 
@@ -155,8 +156,8 @@ private Q_SLOTS:
     void programRunsOnAFullFileSystem();
 
 private:
-    void inject(const QByteArray& script) const;
-    void pressScan();
+    void inject(const QByteArray& script, TestLine at = {}) const;
+    void pressScan(TestLine at = {});
     [[nodiscard]] QString home() const { return m_window->machine().home().path(); }
     [[nodiscard]] QByteArray config() const
     {
@@ -167,7 +168,7 @@ private:
     {
         return m_window->takeLines().replaceInStrings(home(), u"~"_s);
     }
-    void verifyDiskIsUntouched() const;
+    void verifyDiskIsUntouched(TestLine at = {}) const;
     /// Resets the preferences and gives this process's servers in one dialog.
     [[nodiscard]] bool repairByReset();
     void repairByHand(const QByteArray& script);
@@ -187,7 +188,7 @@ void TestMachine::cleanup()
     m_window.reset();
 }
 
-void TestMachine::inject(const QByteArray& script) const
+void TestMachine::inject(const QByteArray& script, TestLine at) const
 {
     const PrivateHome& folder = m_window->machine().home();
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -199,22 +200,22 @@ void TestMachine::inject(const QByteArray& script) const
     shell.setProcessEnvironment(environment);
     shell.setWorkingDirectory(folder.path());
     shell.start(u"/bin/sh"_s, {u"-e"_s, u"-c"_s, QString::fromUtf8(script)});
-    QVERIFY2(shell.waitForFinished(120'000) && shell.exitCode() == 0,
-             shell.readAllStandardError().constData());
+    VERIFY2_AT(at, shell.waitForFinished(120'000) && shell.exitCode() == 0,
+               shell.readAllStandardError().constData());
 }
 
-void TestMachine::pressScan()
+void TestMachine::pressScan(TestLine at)
 {
-    windowClick(m_window->window().findChild<QPushButton*>(u"LoadButton"_s));
-    QVERIFY(m_window->isWaitDialogVisible());
-    QVERIFY(m_window->waitForScan());
-    QVERIFY(!m_window->isWaitDialogVisible());
+    windowClick(m_window->window().findChild<QPushButton*>(u"LoadButton"_s), at);
+    VERIFY_AT(at, m_window->isWaitDialogVisible());
+    VERIFY_AT(at, m_window->waitForScan());
+    VERIFY_AT(at, !m_window->isWaitDialogVisible());
 }
 
-void TestMachine::verifyDiskIsUntouched() const
+void TestMachine::verifyDiskIsUntouched(TestLine at) const
 {
-    QCOMPARE(m_window->disk(), FaultWindow::untouchedDisk());
-    QVERIFY(m_window->isConfigUntouched());
+    COMPARE_AT(at, m_window->disk(), FaultWindow::untouchedDisk());
+    VERIFY_AT(at, m_window->isConfigUntouched());
 }
 
 bool TestMachine::repairByReset()

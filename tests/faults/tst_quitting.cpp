@@ -3,6 +3,7 @@
 #include "support/privatehome.h"
 #include "support/settingsfile.h"
 #include "support/standin.h"
+#include "support/testline.h"
 
 #include <QDir>
 #include <QFile>
@@ -105,21 +106,21 @@ private:
 
     void writeSettings(const QString& downloadFolder = u"~/Downloads"_s);
     void offer(const QByteArray& name, const QByteArray& fileName, const HttpReply& installer);
-    void start();
+    void start(TestLine at = {});
     void holdScans() { m_home->write(u"hold"_s, {}); }
     void releaseScans() { QFile::remove(m_home->path() + "/hold"_L1); }
     [[nodiscard]] bool isScanHeld() const { return QFile::exists(m_home->path() + "/hold"_L1); }
     [[nodiscard]] bool hasLogged(const QString& text) const;
     [[nodiscard]] QStringList downloads() const;
 
-    void closeAllWindows();
-    void endByClosing();
-    void endBySigterm();
-    void endByQuitEvent();
-    void verifyWhatIsLeft(const QStringList& expectedDownloads);
-    void theNextRunWorks();
+    void closeAllWindows(TestLine at = {});
+    void endByClosing(TestLine at = {});
+    void endBySigterm(TestLine at = {});
+    void endByQuitEvent(TestLine at = {});
+    void verifyWhatIsLeft(const QStringList& expectedDownloads, TestLine at = {});
+    void theNextRunWorks(TestLine at = {});
     /// Uses the window with its table as a user does, to the program's end.
-    void downloadAndClose(const QString& fileName, const QByteArray& installer);
+    void downloadAndClose(const QString& fileName, const QByteArray& installer, TestLine at = {});
 
     std::optional<PrivateHome> m_home;
     std::optional<StandIns> m_commands;
@@ -179,10 +180,10 @@ void TestQuitting::offer(const QByteArray& name, const QByteArray& fileName,
     m_server->reply("soft/"_L1 + QString::fromLatin1(fileName), installer);
 }
 
-void TestQuitting::start()
+void TestQuitting::start(TestLine at)
 {
     QFile::remove(m_home->logPath()); // of an earlier run
-    QVERIFY(m_program->start());
+    VERIFY_AT(at, m_program->start());
 }
 
 bool TestQuitting::hasLogged(const QString& text) const
@@ -425,89 +426,91 @@ void TestQuitting::endsWhenAsked()
     }
 }
 
-void TestQuitting::endByClosing()
+void TestQuitting::endByClosing(TestLine at)
 {
-    closeAllWindows();
+    closeAllWindows(at);
     if (isScanHeld()) {
         // The program waits for its scan, which ends after 30 s at the latest.
-        QVERIFY(!m_program->waitForEnd(300));
+        VERIFY_AT(at, !m_program->waitForEnd(300));
         releaseScans();
     }
     // What follows a box, a scan for example, opens its window only after the box has closed.
     for (int attempt = 0; attempt < 10 && !m_program->waitForEnd(3'000); ++attempt) {
         m_program->tell("close");
     }
-    QVERIFY(m_program->waitForEnd());
-    QCOMPARE(m_program->process().exitStatus(), QProcess::NormalExit);
-    QCOMPARE(m_program->process().exitCode(), 0);
+    VERIFY_AT(at, m_program->waitForEnd());
+    COMPARE_AT(at, m_program->process().exitStatus(), QProcess::NormalExit);
+    COMPARE_AT(at, m_program->process().exitCode(), 0);
 }
 
-void TestQuitting::closeAllWindows()
+void TestQuitting::closeAllWindows(TestLine at)
 {
     QStringList left = m_program->windows();
     while (left.size() > 1) {
         m_program->tell("close");
         const QStringList before = std::exchange(left, m_program->windows());
-        QVERIFY2(left != before, qPrintable(before.join(u", "_s)));
+        VERIFY2_AT(at, left != before, qPrintable(before.join(u", "_s)));
     }
     m_program->tell("close");
 }
 
-void TestQuitting::endBySigterm()
+void TestQuitting::endBySigterm(TestLine at)
 {
     m_program->process().terminate();
-    QVERIFY(m_program->waitForEnd());
+    VERIFY_AT(at, m_program->waitForEnd());
     releaseScans();
-    QCOMPARE(m_program->process().exitStatus(), QProcess::CrashExit);
-    QCOMPARE(m_program->process().exitCode(), SIGTERM);
+    COMPARE_AT(at, m_program->process().exitStatus(), QProcess::CrashExit);
+    COMPARE_AT(at, m_program->process().exitCode(), SIGTERM);
 }
 
-void TestQuitting::endByQuitEvent()
+void TestQuitting::endByQuitEvent(TestLine at)
 {
     m_program->tell("quit");
     if (isScanHeld()) {
-        QVERIFY(!m_program->waitForEnd(300));
+        VERIFY_AT(at, !m_program->waitForEnd(300));
         releaseScans();
     }
-    QVERIFY(m_program->waitForEnd());
-    QCOMPARE(m_program->process().exitStatus(), QProcess::NormalExit);
-    QCOMPARE(m_program->process().exitCode(), 0);
+    VERIFY_AT(at, m_program->waitForEnd());
+    COMPARE_AT(at, m_program->process().exitStatus(), QProcess::NormalExit);
+    COMPARE_AT(at, m_program->process().exitCode(), 0);
 }
 
-void TestQuitting::verifyWhatIsLeft(const QStringList& expectedDownloads)
+void TestQuitting::verifyWhatIsLeft(const QStringList& expectedDownloads, TestLine at)
 {
-    QCOMPARE(m_program->complaints(), QString());
+    COMPARE_AT(at, m_program->complaints(), QString());
     const QByteArray log = PrivateHome::read(m_home->logPath());
-    QVERIFY(log.startsWith("=== Quillmere 26.3.0"));
-    QVERIFY(log.endsWith('\n'));
-    QCOMPARE(PrivateHome::read(m_home->configPath()), m_config);
-    QCOMPARE(downloads(), expectedDownloads);
+    VERIFY_AT(at, log.startsWith("=== Quillmere 26.3.0"));
+    VERIFY_AT(at, log.endsWith('\n'));
+    COMPARE_AT(at, PrivateHome::read(m_home->configPath()), m_config);
+    COMPARE_AT(at, downloads(), expectedDownloads);
     // Nothing half-written beside the settings.
     const QStringList files = QDir(m_home->userFolder()).entryList(QDir::AllEntries | QDir::Hidden);
-    QCOMPARE(files.filter(u"config"_s).size(), QFileInfo::exists(m_home->configPath()) ? 1 : 0);
+    COMPARE_AT(at, files.filter(u"config"_s).size(),
+               QFileInfo::exists(m_home->configPath()) ? 1 : 0);
 }
 
-void TestQuitting::theNextRunWorks()
+void TestQuitting::theNextRunWorks(TestLine at)
 {
     writeSettings();
     offer("Next", "next.dmg", {.body = "next installer"});
     const QByteArray config = m_config;
     m_program.emplace();
     reachTable();
-    downloadAndClose(u"next.dmg"_s, "next installer");
-    QCOMPARE(m_program->complaints(), QString());
-    QCOMPARE(PrivateHome::read(m_home->configPath()), config);
+    downloadAndClose(u"next.dmg"_s, "next installer", at);
+    COMPARE_AT(at, m_program->complaints(), QString());
+    COMPARE_AT(at, PrivateHome::read(m_home->configPath()), config);
 }
 
-void TestQuitting::downloadAndClose(const QString& fileName, const QByteArray& installer)
+void TestQuitting::downloadAndClose(const QString& fileName, const QByteArray& installer,
+                                    TestLine at)
 {
     m_program->tell("press downloadBtn");
-    QTRY_COMPARE_WITH_TIMEOUT(PrivateHome::read(m_home->path() + "/Downloads/"_L1 + fileName),
-                              installer, 30'000);
-    QTRY_COMPARE_WITH_TIMEOUT(m_program->windows(), QStringList{mainTitle}, 30'000);
+    TRY_COMPARE_AT(at, PrivateHome::read(m_home->path() + "/Downloads/"_L1 + fileName), installer,
+                   30'000);
+    TRY_COMPARE_AT(at, m_program->windows(), QStringList{mainTitle}, 30'000);
     m_program->tell("close");
-    QVERIFY(m_program->waitForEnd());
-    QCOMPARE(m_program->process().exitCode(), 0);
+    VERIFY_AT(at, m_program->waitForEnd());
+    COMPARE_AT(at, m_program->process().exitCode(), 0);
 }
 
 void TestQuitting::endsAfterItsOwnUpdate_data()

@@ -1,4 +1,5 @@
 #include "install/installerchoice.h"
+#include "support/testline.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -56,8 +57,8 @@ private Q_SLOTS:
 
 private:
     /// Creates @p path below the work folder: a folder when it ends in "/", else a file.
-    void create(const QString& path) const;
-    void create(const QStringList& paths) const;
+    void create(const QString& path, TestLine at = {}) const;
+    void create(const QStringList& paths, TestLine at = {}) const;
     /// The candidates' paths below the work folder, best first.
     [[nodiscard]] QStringList ranking(const QString& architecture) const;
 
@@ -74,22 +75,22 @@ void TestInstallerChoice::cleanup()
     m_folder.reset();
 }
 
-void TestInstallerChoice::create(const QString& path) const
+void TestInstallerChoice::create(const QString& path, TestLine at) const
 {
     const QString full = m_folder->path() + u'/' + path;
     if (path.endsWith(u'/')) {
-        QVERIFY(QDir().mkpath(full));
+        VERIFY_AT(at, QDir().mkpath(full));
         return;
     }
-    QVERIFY(QDir().mkpath(QFileInfo(full).path()));
+    VERIFY_AT(at, QDir().mkpath(QFileInfo(full).path()));
     QFile file(full);
-    QVERIFY(file.open(QIODevice::WriteOnly));
+    VERIFY_AT(at, file.open(QIODevice::WriteOnly));
 }
 
-void TestInstallerChoice::create(const QStringList& paths) const
+void TestInstallerChoice::create(const QStringList& paths, TestLine at) const
 {
     for (const QString& path : paths) {
-        create(path);
+        create(path, at);
     }
 }
 

@@ -1,6 +1,7 @@
 #include "profiler/profiler.h"
 
 #include "profiler/versionorder.h"
+#include "support/cataloguetext.h"
 #include "support/httpserver.h"
 #include "support/samplemachine.h"
 
@@ -38,11 +39,10 @@ public:
     ScanOnlyProfiler() : Profiler(u"http://127.0.0.1:1/"_s, u"none.csv"_s, u","_s, u"soft/"_s) {}
 };
 
-const char catalogue[] = "Name,Version,Release date,Filename,Ignored\n"
-                         "Synth,2.0,2026-03-01,Synth 2.0.dmg,0\n"
-                         "Hidden,9.0,2026-01-01,Hidden.pkg,1\n"
-                         "Éditeur,1.5,1 août 2025,éditeur.zip,0\n"
-                         "Synth,2.1,2026-04-01,Synth 2.1.dmg,0\n";
+const QByteArray catalogue = catalogueTitles + "Synth,2.0,2026-03-01,Synth 2.0.dmg,0\n"
+                                               "Hidden,9.0,2026-01-01,Hidden.pkg,1\n"
+                                               "Éditeur,1.5,1 août 2025,éditeur.zip,0\n"
+                                               "Synth,2.1,2026-04-01,Synth 2.1.dmg,0\n";
 
 QString catalogueSizeError(qsizetype size)
 {
@@ -768,14 +768,13 @@ void TestProfiler::settingsTakeEffectAtTheNextDownload()
 void TestProfiler::reasonOfAFailedDownloadIsPassedOn()
 {
     const SampleMachine machine;
-    const QByteArray titlesOnly = "Name,Version,Release date,Filename,Ignored\n";
     HttpServer server;
-    server.reply(u"apps.csv"_s, {.body = titlesOnly});
+    server.reply(u"apps.csv"_s, {.body = catalogueTitles});
     server.reply(u"apps.csv"_s, {.body = catalogue});
     Profiler profiler(server.url(), u"apps.csv"_s, u","_s, u"soft/"_s);
 
     profiler.webData_update();
-    QCOMPARE(profiler.webData_lastError(), catalogueSizeError(titlesOnly.size()));
+    QCOMPARE(profiler.webData_lastError(), catalogueSizeError(catalogueTitles.size()));
     QCOMPARE(profiler.getWebAppList(), QStringList());
 
     profiler.webData_update();

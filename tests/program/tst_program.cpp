@@ -1,11 +1,11 @@
 #include "app/buildinfo.h"
-#include "system/system.h"
-
 #include "support/httpserver.h"
 #include "support/privatehome.h"
 #include "support/propertylist.h"
 #include "support/settingsfile.h"
 #include "support/standin.h"
+#include "support/startbanner.h"
+#include "support/testline.h"
 #include "virtualdisplay.h"
 
 #include <QDeadlineTimer>
@@ -16,7 +16,6 @@
 #include <QRegularExpression>
 #include <QSet>
 #include <QStandardPaths>
-#include <QSysInfo>
 #include <QTest>
 #include <QUrl>
 
@@ -33,17 +32,6 @@ namespace {
 const QString title = u"Quillmere v26.3.0"_s;
 const QString boxTitle = u"File Error"_s;
 const QString waitTitle = u"Veuillez patienter"_s;
-
-QStringList banner()
-{
-    return {u"[INFO] Quillmere START"_s,
-            u"[INFO] Author: "_s + BuildInfo::authorName(),
-            u"[INFO] Mail: "_s + BuildInfo::authorMail(),
-            u"[INFO] Version: 26.3.0 (Build on %1)"_s.arg(BuildInfo::buildDate()),
-            u"[INFO] Based on Qt "_s + QStringLiteral(QT_VERSION_STR),
-            u"[INFO] CPU Architecture: "_s + System::cpuArchitecture(),
-            u"[INFO] OS: "_s + QSysInfo::prettyProductName()};
-}
 
 QString xdotool(const QStringList& arguments)
 {
@@ -129,7 +117,7 @@ private Q_SLOTS:
 private:
     void writeSettings(const QString& baseUrl);
     void install(const QString& path, const QByteArray& version);
-    void start();
+    void start(TestLine at = {});
     /// The titles of the program's visible windows, sorted.
     [[nodiscard]] QStringList windows() const;
     /// The ids of those whose title matches.
@@ -138,17 +126,17 @@ private:
     /// Presses a key in the window with that title; whether @p isDone becomes true then.
     [[nodiscard]] bool press(const QString& windowTitle, const QString& key,
                              const std::function<bool()>& isDone) const;
-    void closeBox();
+    void closeBox(TestLine at = {});
     [[nodiscard]] QImage picture() const;
     /// Lists @p count applications that nobody has installed, and shows the window as it opens.
-    void showTable(int count);
+    void showTable(int count, TestLine at = {});
     /// Clicks with the display's mouse on a row's button; whether that asks once for the installer
     /// of @p entry, and a second click there ends the download.
     [[nodiscard]] bool clickAsksFor(int entry, const ShownRow& row);
-    void turnWheel(int notches) const;
+    void turnWheel(int notches, TestLine at = {}) const;
     [[nodiscard]] bool hasLogged(const QString& text) const;
     /// Closes the main window and watches the program's end, in which no other window may show.
-    void closeAndVerifyTheEnd();
+    void closeAndVerifyTheEnd(TestLine at = {});
 
     VirtualDisplay m_display;
     QString m_find; ///< the machine's own
@@ -217,13 +205,13 @@ void TestProgram::install(const QString& path, const QByteArray& version)
     m_home->write(u"Applications/"_s + path + "/Contents/Info.plist"_L1, versionPlist(version));
 }
 
-void TestProgram::start()
+void TestProgram::start(TestLine at)
 {
     m_program.emplace();
     m_program->setProcessEnvironment(m_environment);
     endWithThisProcess(*m_program);
     m_program->start(QStringLiteral(QUILLMERE_PROGRAM), QStringList());
-    QVERIFY2(m_program->waitForStarted(), qPrintable(m_program->errorString()));
+    VERIFY2_AT(at, m_program->waitForStarted(), qPrintable(m_program->errorString()));
 }
 
 QStringList TestProgram::windows() const
@@ -267,9 +255,9 @@ bool TestProgram::press(const QString& windowTitle, const QString& key,
     return false;
 }
 
-void TestProgram::closeBox()
+void TestProgram::closeBox(TestLine at)
 {
-    QVERIFY(press(boxTitle, u"Return"_s, [this] { return !windows().contains(boxTitle); }));
+    VERIFY_AT(at, press(boxTitle, u"Return"_s, [this] { return !windows().contains(boxTitle); }));
 }
 
 QImage TestProgram::picture() const
@@ -283,20 +271,20 @@ bool TestProgram::hasLogged(const QString& text) const
     return QString::fromUtf8(PrivateHome::read(m_home->logPath())).contains(text);
 }
 
-void TestProgram::closeAndVerifyTheEnd()
+void TestProgram::closeAndVerifyTheEnd(TestLine at)
 {
     QStringList seen;
-    QVERIFY(press(title, u"alt+F4"_s, [this, &seen] {
-        if (m_program->state() == QProcess::NotRunning) {
-            return true;
-        }
-        seen += windows();
-        return false;
-    }));
+    VERIFY_AT(at, press(title, u"alt+F4"_s, [this, &seen] {
+                  if (m_program->state() == QProcess::NotRunning) {
+                      return true;
+                  }
+                  seen += windows();
+                  return false;
+              }));
     seen.removeAll(title);
-    QCOMPARE(seen, QStringList());
-    QCOMPARE(m_program->exitStatus(), QProcess::NormalExit);
-    QCOMPARE(m_program->exitCode(), 0);
+    COMPARE_AT(at, seen, QStringList());
+    COMPARE_AT(at, m_program->exitStatus(), QProcess::NormalExit);
+    COMPARE_AT(at, m_program->exitCode(), 0);
 }
 
 void TestProgram::showsTheColoredTable()
@@ -324,7 +312,7 @@ void TestProgram::showsTheColoredTable()
         uR"(^=== Quillmere 26\.3\.0 — \d{4}-\d\d-\d\d \d\d:\d\d:\d\d ===$)"_s);
     QVERIFY2(form.match(header).hasMatch(), qUtf8Printable(header));
     const QStringList log = m_home->logLines();
-    QCOMPARE(log.mid(0, 7), banner());
+    QCOMPARE(log.mid(0, 7), startBanner());
     QStringList story = {u"[INFO] Config - Base URL: "_s + m_server->url(),
                          u"[INFO] Config - CSV: catalogue.csv"_s,
                          u"[INFO] Config - Download folder: (default: ~/Downloads)"_s,
@@ -387,7 +375,7 @@ void TestProgram::scansAfterTheErrorBoxAndWritesDefaultSettings()
     QVERIFY(defaults.open(QIODevice::ReadOnly));
     QCOMPARE(PrivateHome::read(m_home->configPath()), defaults.readAll());
     QVERIFY(QFile::permissions(m_home->configPath()).testFlag(QFile::WriteOwner));
-    QCOMPARE(m_home->logLines().mid(0, 7), banner());
+    QCOMPARE(m_home->logLines().mid(0, 7), startBanner());
 }
 
 void TestProgram::endsByItselfWhenClosedDuringTheFirstLoad()
@@ -430,11 +418,11 @@ void TestProgram::runsWithoutALogFolder()
             lines.append(line.section(u' ', 1));
         }
     }
-    QCOMPARE(lines.mid(0, 7), banner());
+    QCOMPARE(lines.mid(0, 7), startBanner());
     QCOMPARE(PrivateHome::read(m_home->path() + "/Library"_L1), "a file in the folder's place\n");
 }
 
-void TestProgram::showTable(int count)
+void TestProgram::showTable(int count, TestLine at)
 {
     writeSettings(m_server->url());
     QByteArray catalogue = "Name;Version;Release date;Filename;Ignored\n";
@@ -445,12 +433,12 @@ void TestProgram::showTable(int count)
                         {.body = "ab", .manner = HttpReply::Stall, .announcedLength = 4});
     }
     m_server->reply(u"catalogue.csv"_s, {.body = catalogue});
-    start();
-    QTRY_VERIFY_WITH_TIMEOUT(hasLogged(u"SysProfiler - data updated"_s), 30'000);
-    QTRY_COMPARE_WITH_TIMEOUT(windows(), QStringList{title}, 10'000);
+    start(at);
+    TRY_VERIFY_AT(at, hasLogged(u"SysProfiler - data updated"_s), 30'000);
+    TRY_COMPARE_AT(at, windows(), QStringList{title}, 10'000);
     xdotool({u"windowactivate"_s, u"--sync"_s, windowId(title)});
-    QTRY_VERIFY_WITH_TIMEOUT(shownRows(picture()).size() > 10, 10'000);
-    QCOMPARE(picture().size(), QSize(630, 563));
+    TRY_VERIFY_AT(at, shownRows(picture()).size() > 10, 10'000);
+    COMPARE_AT(at, picture().size(), QSize(630, 563));
 }
 
 bool TestProgram::clickAsksFor(int entry, const ShownRow& row)
@@ -486,17 +474,17 @@ bool TestProgram::clickAsksFor(int entry, const ShownRow& row)
            m_server->requests() == after;
 }
 
-void TestProgram::turnWheel(int notches) const
+void TestProgram::turnWheel(int notches, TestLine at) const
 {
     const QImage before = picture();
     xdotool({u"mousemove"_s, u"--window"_s, windowId(title), u"300"_s, u"300"_s, u"click"_s,
              u"--repeat"_s, QString::number(notches), u"5"_s});
     // Once it has come to rest.
     QImage last = before;
-    QVERIFY(QTest::qWaitFor([&] {
-        const QImage now = picture();
-        return now != before && now == std::exchange(last, now);
-    }));
+    VERIFY_AT(at, QTest::qWaitFor([&] {
+                  const QImage now = picture();
+                  return now != before && now == std::exchange(last, now);
+              }));
 }
 
 void TestProgram::clickAsksForTheRowThatWasMeant_data()

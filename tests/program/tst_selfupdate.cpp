@@ -2,6 +2,7 @@
 #include "support/privatehome.h"
 #include "support/settingsfile.h"
 #include "support/standin.h"
+#include "support/testline.h"
 #include "virtualdisplay.h"
 
 #include <QDir>
@@ -44,12 +45,12 @@ private Q_SLOTS:
 
 private:
     /// Shows the program's table, with one row that offers @p fileName.
-    void start(const QString& fileName, const QByteArray& body);
+    void start(const QString& fileName, const QByteArray& body, TestLine at = {});
     [[nodiscard]] QString windowId(const QString& title) const;
-    void pressDownload() const;
+    void pressDownload(TestLine at = {}) const;
     void press(const QString& title, const QString& key) const;
     /// Presses a key in the box with that title until the box is gone.
-    void answer(const QString& title, const QString& key) const;
+    void answer(const QString& title, const QString& key, TestLine at = {}) const;
     [[nodiscard]] bool hasLogged(const QString& text) const;
 
     VirtualDisplay m_display;
@@ -87,7 +88,7 @@ void TestSelfUpdate::cleanup()
     m_home.reset();
 }
 
-void TestSelfUpdate::start(const QString& fileName, const QByteArray& body)
+void TestSelfUpdate::start(const QString& fileName, const QByteArray& body, TestLine at)
 {
     m_home->write(u"Library/Quillmere/config.xml"_s,
                   settingsXml({.baseUrl = m_server->url(), .csvSeparator = u";"_s}));
@@ -107,11 +108,11 @@ void TestSelfUpdate::start(const QString& fileName, const QByteArray& body)
     m_program->setProcessEnvironment(environment);
     endWithThisProcess(*m_program);
     m_program->start(QStringLiteral(QUILLMERE_PROGRAM), QStringList());
-    QVERIFY2(m_program->waitForStarted(), qPrintable(m_program->errorString()));
-    QTRY_VERIFY_WITH_TIMEOUT(hasLogged(u"SysProfiler - data updated"_s), 30'000);
+    VERIFY2_AT(at, m_program->waitForStarted(), qPrintable(m_program->errorString()));
+    TRY_VERIFY_AT(at, hasLogged(u"SysProfiler - data updated"_s), 30'000);
     // Once the wait dialog is closed, the main window is the only one.
-    QTRY_VERIFY_WITH_TIMEOUT(
-        !windowId(mainTitle).isEmpty() && windowId(u"Veuillez patienter"_s).isEmpty(), 30'000);
+    TRY_VERIFY_AT(at, !windowId(mainTitle).isEmpty() && windowId(u"Veuillez patienter"_s).isEmpty(),
+                  30'000);
 }
 
 QString TestSelfUpdate::windowId(const QString& title) const
@@ -129,16 +130,16 @@ void TestSelfUpdate::press(const QString& title, const QString& key) const
     }
 }
 
-void TestSelfUpdate::answer(const QString& title, const QString& key) const
+void TestSelfUpdate::answer(const QString& title, const QString& key, TestLine at) const
 {
     const auto isAnswered = [&] {
         press(title, key);
         return windowId(title).isEmpty();
     };
-    QTRY_VERIFY_WITH_TIMEOUT(isAnswered(), 30'000);
+    TRY_VERIFY_AT(at, isAnswered(), 30'000);
 }
 
-void TestSelfUpdate::pressDownload() const
+void TestSelfUpdate::pressDownload(TestLine at) const
 {
     // Down the right edge of the last column, until the button is hit and asks.
     const QString id = windowId(mainTitle);
@@ -147,7 +148,7 @@ void TestSelfUpdate::pressDownload() const
                  QString::number(y), u"click"_s, u"1"_s});
         QTest::qWait(100);
     }
-    QTRY_VERIFY_WITH_TIMEOUT(!windowId(u"Restart required"_s).isEmpty(), 10'000);
+    TRY_VERIFY_AT(at, !windowId(u"Restart required"_s).isEmpty(), 10'000);
 }
 
 bool TestSelfUpdate::hasLogged(const QString& text) const

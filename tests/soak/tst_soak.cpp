@@ -8,6 +8,7 @@
 #include "support/propertylist.h"
 #include "support/settingsfile.h"
 #include "support/standin.h"
+#include "support/testline.h"
 #include "support/windowclick.h"
 #include "ui/mainwindow.h"
 
@@ -83,10 +84,10 @@ private Q_SLOTS:
 
 private:
     void writeSettings();
-    void makeArchive();
-    void runRound(int round);
-    void scan();
-    void download(int row);
+    void makeArchive(TestLine at = {});
+    void runRound(int round, TestLine at = {});
+    void scan(TestLine at = {});
+    void download(int row, TestLine at = {});
 
     std::optional<PrivateHome> m_home;
     std::optional<StandIns> m_standIns;
@@ -143,40 +144,41 @@ void TestSoak::writeSettings()
     m_home->write(u"Library/Quillmere/config.xml"_s, settingsXml({.baseUrl = m_server->url()}));
 }
 
-void TestSoak::makeArchive()
+void TestSoak::makeArchive(TestLine at)
 {
     m_home->write(u"Archive/Tool.pkg"_s, QByteArray(10'000, 'y'));
     const QString archive = m_home->path() + "/tool.zip"_L1;
-    QCOMPARE(QProcess::execute(u"zip"_s, {u"-qjr"_s, archive, m_home->path() + "/Archive"_L1}), 0);
+    COMPARE_AT(
+        at, QProcess::execute(u"zip"_s, {u"-qjr"_s, archive, m_home->path() + "/Archive"_L1}), 0);
     m_server->reply(u"soft/tool.zip"_s, {.body = PrivateHome::read(archive)});
 }
 
-void TestSoak::scan()
+void TestSoak::scan(TestLine at)
 {
     m_window->action_loadSysData();
-    QTRY_VERIFY_WITH_TIMEOUT(m_loadButton->isEnabled(), patience);
-    QCOMPARE(m_table->item(7, 1)->text(), u"1.7"_s);
+    TRY_VERIFY_AT(at, m_loadButton->isEnabled(), patience);
+    COMPARE_AT(at, m_table->item(7, 1)->text(), u"1.7"_s);
 }
 
-void TestSoak::download(int row)
+void TestSoak::download(int row, TestLine at)
 {
     const QString installer = row == archiveRow ? u"Tool.pkg"_s : u"tool.dmg"_s;
     const QString path = m_home->path() + "/Downloads/"_L1 + installer;
     m_opened.clear();
     m_table->scrollToItem(m_table->item(row, 0));
-    windowClick(m_table->cellWidget(row, 2)->findChild<QPushButton*>(u"downloadBtn"_s));
-    QTRY_COMPARE_WITH_TIMEOUT(m_opened, path, patience);
-    QTRY_VERIFY_WITH_TIMEOUT(m_loadButton->isEnabled(), patience); // the scan that follows
-    QCOMPARE(QFileInfo(path).size(), row == archiveRow ? 10'000 : 100'000);
-    QVERIFY(QFile::remove(path));
+    windowClick(m_table->cellWidget(row, 2)->findChild<QPushButton*>(u"downloadBtn"_s), at);
+    TRY_COMPARE_AT(at, m_opened, path, patience);
+    TRY_VERIFY_AT(at, m_loadButton->isEnabled(), patience); // the scan that follows
+    COMPARE_AT(at, QFileInfo(path).size(), row == archiveRow ? 10'000 : 100'000);
+    VERIFY_AT(at, QFile::remove(path));
 }
 
-void TestSoak::runRound(int round)
+void TestSoak::runRound(int round, TestLine at)
 {
-    QVERIFY(m_window->action_loadWebData());
-    QCOMPARE(m_table->rowCount(), 30);
-    scan();
-    download(round % m_table->rowCount());
+    VERIFY_AT(at, m_window->action_loadWebData());
+    COMPARE_AT(at, m_table->rowCount(), 30);
+    scan(at);
+    download(round % m_table->rowCount(), at);
 }
 
 void TestSoak::holdsNoMoreAfterManyRoundsThanAfterAFew()

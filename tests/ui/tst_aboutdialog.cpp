@@ -2,6 +2,7 @@
 
 #include "app/buildinfo.h"
 #include "support/controlwalk.h"
+#include "support/testline.h"
 #include "support/windowclick.h"
 
 #include <QAccessible>
@@ -99,7 +100,7 @@ private:
     {
         return m_dialog->findChild<QPushButton*>(u"pushButton"_s);
     }
-    void showActive() const;
+    void showActive(TestLine at = {}) const;
 
     std::unique_ptr<QMainWindow> m_window;
     std::unique_ptr<aboutDialog> m_dialog;
@@ -117,10 +118,10 @@ void TestAboutDialog::cleanup()
     m_window.reset();
 }
 
-void TestAboutDialog::showActive() const
+void TestAboutDialog::showActive(TestLine at) const
 {
     m_dialog->show();
-    QVERIFY(QTest::qWaitForWindowActive(m_dialog.get()));
+    VERIFY_AT(at, QTest::qWaitForWindowActive(m_dialog.get()));
 }
 
 void TestAboutDialog::hasItsNamesSizeAndTitle()

@@ -1,5 +1,7 @@
 #include "support/windowsetup.h"
 
+#include "support/cataloguetext.h"
+
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPointer>
@@ -355,9 +357,8 @@ void TestApplicationTable::duplicatesHaveARowEach()
 
 void TestApplicationTable::rowsFollowTheCatalogue()
 {
-    m_setup->answer({.body = "Name,Version,Release date,Filename,Ignored\n"
-                             "Tuner,1,,t.zip,0\nHidden,1,,h.zip,1\n"
-                             "\"Amp\",\" 2\",,a.zip,0\n\nMixer,3,,m.zip,0\n"});
+    m_setup->answer({.body = catalogueTitles + "Tuner,1,,t.zip,0\nHidden,1,,h.zip,1\n"
+                                               "\"Amp\",\" 2\",,a.zip,0\n\nMixer,3,,m.zip,0\n"});
     QVERIFY(m_setup->open().action_loadWebData());
     QCOMPARE(m_setup->texts(0), (QStringList{u"Tuner"_s, u"Amp"_s, u"Mixer"_s}));
     QCOMPARE(item(2, 2)->toolTip(), u"Filename: m.zip\nRelease Date: "_s);

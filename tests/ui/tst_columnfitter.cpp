@@ -1,4 +1,5 @@
 #include "support/windowsetup.h"
+#include "support/testline.h"
 
 #include "support/windowclick.h"
 
@@ -42,12 +43,12 @@ QList<Entry> entries(int count)
 }
 
 /// Drags in @p widget with the mouse, by way of the window.
-void drag(const QWidget& widget, QPoint from, QPoint to)
+void drag(const QWidget& widget, QPoint from, QPoint to, TestLine at = {})
 {
     QWindow* window = widget.window()->windowHandle();
     const QPoint start = widget.mapTo(widget.window(), from);
     const QPoint end = widget.mapTo(widget.window(), to);
-    QVERIFY(isSeen(&widget, from));
+    VERIFY_AT(at, isSeen(&widget, from));
     QTest::mouseMove(window, start);
     QTest::mousePress(window, Qt::LeftButton, {}, start);
     QTest::mouseMove(window, (start + end) / 2);
@@ -81,13 +82,13 @@ private:
     void open(int count, int points);
     void open(int count) { open(count, m_font.pointSize()); }
     void close();
-    void reload(int count);
-    void setBar(int extent);
+    void reload(int count, TestLine at = {});
+    void setBar(int extent, TestLine at = {});
     [[nodiscard]] QTableWidget* table() const { return m_setup->table(); }
     [[nodiscard]] QList<int> widths() const;
     /// Whether the first column has what the others leave, or as much as there is room for.
-    void verifyFit() const;
-    void verifyButtonIsWhole(int row) const;
+    void verifyFit(TestLine at = {}) const;
+    void verifyButtonIsWhole(int row, TestLine at = {}) const;
     void dragRightEdge(int column, int by) const;
 
     QFont m_font;
@@ -128,16 +129,16 @@ void TestColumnFitter::open(int count, int points)
     reload(count);
 }
 
-void TestColumnFitter::reload(int count)
+void TestColumnFitter::reload(int count, TestLine at)
 {
     m_setup->offer(entries(count));
     const BoxAnswerer answers(QMessageBox::Ok);
-    QCOMPARE(m_setup->window().action_loadWebData(), count > 0);
-    QCOMPARE(table()->rowCount(), count);
+    COMPARE_AT(at, m_setup->window().action_loadWebData(), count > 0);
+    COMPARE_AT(at, table()->rowCount(), count);
     QCoreApplication::processEvents();
 }
 
-void TestColumnFitter::setBar(int extent)
+void TestColumnFitter::setBar(int extent, TestLine at)
 {
     m_barStyle.extent = extent;
     QScrollBar* bar = table()->verticalScrollBar();
@@ -146,7 +147,7 @@ void TestColumnFitter::setBar(int extent)
     QCoreApplication::sendEvent(table(), &request);
     QCoreApplication::processEvents();
     if (extent != styles && bar->isVisible()) {
-        QCOMPARE(bar->width(), extent);
+        COMPARE_AT(at, bar->width(), extent);
     }
 }
 
@@ -155,24 +156,24 @@ QList<int> TestColumnFitter::widths() const
     return {table()->columnWidth(0), table()->columnWidth(1), table()->columnWidth(2)};
 }
 
-void TestColumnFitter::verifyFit() const
+void TestColumnFitter::verifyFit(TestLine at) const
 {
     const int room = table()->viewport()->width() - 174 - 174;
-    QCOMPARE(widths(), (QList<int>{std::min(211, room), 174, 174}));
-    QVERIFY2(room > 60, "no name could be read");
-    QCOMPARE(table()->horizontalScrollBar()->value(), 0);
-    QCOMPARE(table()->horizontalHeader()->offset(), 0);
+    COMPARE_AT(at, widths(), (QList<int>{std::min(211, room), 174, 174}));
+    VERIFY2_AT(at, room > 60, "no name could be read");
+    COMPARE_AT(at, table()->horizontalScrollBar()->value(), 0);
+    COMPARE_AT(at, table()->horizontalHeader()->offset(), 0);
 }
 
-void TestColumnFitter::verifyButtonIsWhole(int row) const
+void TestColumnFitter::verifyButtonIsWhole(int row, TestLine at) const
 {
     table()->scrollToItem(table()->item(row, 0));
     QCoreApplication::processEvents();
     const auto* button = table()->cellWidget(row, 2)->findChild<QPushButton*>(u"downloadBtn"_s);
-    QCOMPARE(button->size(), QSize(24, 24));
-    QCOMPARE(button->visibleRegion(), QRegion(button->rect()));
-    QVERIFY(isSeen(button, button->rect().topLeft()));
-    QVERIFY(isSeen(button, button->rect().bottomRight()));
+    COMPARE_AT(at, button->size(), QSize(24, 24));
+    COMPARE_AT(at, button->visibleRegion(), QRegion(button->rect()));
+    VERIFY_AT(at, isSeen(button, button->rect().topLeft()));
+    VERIFY_AT(at, isSeen(button, button->rect().bottomRight()));
 }
 
 void TestColumnFitter::dragRightEdge(int column, int by) const

@@ -3,6 +3,7 @@
 #include "support/archives.h"
 #include "support/limits.h"
 #include "support/modalbox.h"
+#include "support/testline.h"
 #include "system/system.h"
 #include "ui/waitdialog.h"
 
@@ -137,9 +138,9 @@ private:
                const QString& name = u"Atlas"_s);
     /// Downloads @p archive and waits until all that follows has been done.
     void install(const QByteArray& archive, const QString& fileName = u"tool.zip"_s);
-    void waitForTheEnd();
+    void waitForTheEnd(TestLine at = {});
     /// Downloads an archive with a "Tool.pkg" whose unzip stands still.
-    void startAndStopUnzip();
+    void startAndStopUnzip(TestLine at = {});
     /// The log's lines up to the start of unzip.
     [[nodiscard]] QStringList beginning(const QString& fileName) const;
     [[nodiscard]] QString path(const QString& name) const
@@ -183,7 +184,7 @@ void TestInstall::install(const QByteArray& archive, const QString& fileName)
     waitForTheEnd();
 }
 
-void TestInstall::waitForTheEnd()
+void TestInstall::waitForTheEnd(TestLine at)
 {
     const auto hasEnded = [this] {
         m_lines += m_bench->takeActivity();
@@ -191,13 +192,13 @@ void TestInstall::waitForTheEnd()
             return line.contains("Extract - Done"_L1) || line.contains("Extract - Failed"_L1);
         });
     };
-    QVERIFY(comesToHold(hasEnded));
-    QVERIFY(m_bench->waitForScan());
-    QVERIFY(comesToHold([this] { return !unzip(); }));
+    VERIFY_AT(at, comesToHold(hasEnded));
+    VERIFY_AT(at, m_bench->waitForScan());
+    VERIFY_AT(at, comesToHold([this] { return !unzip(); }));
     m_lines += m_bench->takeActivity();
 }
 
-void TestInstall::startAndStopUnzip()
+void TestInstall::startAndStopUnzip(TestLine at)
 {
     // Long enough to be stopped in the middle of it.
     QByteArray script = "archive.writestr('Tool.pkg', 'of Tool.pkg')\n"
@@ -211,12 +212,12 @@ void TestInstall::startAndStopUnzip()
         }
     });
     watch.start(0);
-    m_bench->pressDownload(0);
-    QTRY_VERIFY(!watch.isActive());
-    QVERIFY(unzip());
+    m_bench->pressDownload(0, at);
+    TRY_VERIFY_AT(at, !watch.isActive(), 5'000);
+    VERIFY_AT(at, unzip());
     m_lines = m_bench->takeActivity();
-    QVERIFY2(m_lines.constLast().startsWith("[INFO] Extract - Starting: "_L1),
-             "unzip was faster than the test");
+    VERIFY2_AT(at, m_lines.constLast().startsWith("[INFO] Extract - Starting: "_L1),
+               "unzip was faster than the test");
 }
 
 QStringList TestInstall::beginning(const QString& fileName) const

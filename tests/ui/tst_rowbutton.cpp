@@ -1,4 +1,5 @@
 #include "support/downloadbench.h"
+#include "support/testline.h"
 
 #include "support/windowclick.h"
 
@@ -58,7 +59,7 @@ private Q_SLOTS:
     void outlineShowsTheFocus();
 
 private:
-    void open(int rows);
+    void open(int rows, TestLine at = {});
     [[nodiscard]] QTableWidget& table() const { return *m_bench->table(); }
     /// The one of the row's two buttons that is there.
     [[nodiscard]] QPushButton* button(int row) const;
@@ -66,12 +67,12 @@ private:
     [[nodiscard]] int halfHiddenRow();
     [[nodiscard]] int scrolled() const { return table().verticalScrollBar()->value(); }
     /// Clicks the middle of what is seen of the row's button.
-    void click(int row);
+    void click(int row, TestLine at = {});
 
     std::unique_ptr<DownloadBench> m_bench;
 };
 
-void TestRowButton::open(int rows)
+void TestRowButton::open(int rows, TestLine at)
 {
     m_bench = std::make_unique<DownloadBench>(DownloadBench::Held);
     QList<DownloadBench::Entry> entries;
@@ -79,10 +80,10 @@ void TestRowButton::open(int rows)
         entries.append({.name = u"Application %1"_s.arg(row), .fileName = installer(row)});
     }
     m_bench->list(entries);
-    m_bench->open();
+    m_bench->open(DownloadBench::Shown, at);
     m_bench->window().activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&m_bench->window()));
-    QCOMPARE(m_bench->window().size(), QSize(630, 563));
+    VERIFY_AT(at, QTest::qWaitForWindowActive(&m_bench->window()));
+    COMPARE_AT(at, m_bench->window().size(), QSize(630, 563));
 }
 
 QPushButton* TestRowButton::button(int row) const
@@ -106,10 +107,10 @@ int TestRowButton::halfHiddenRow()
     return -1;
 }
 
-void TestRowButton::click(int row)
+void TestRowButton::click(int row, TestLine at)
 {
     const QPushButton* target = button(row);
-    windowClick(target, target->visibleRegion().boundingRect().center());
+    windowClick(target, target->visibleRegion().boundingRect().center(), at);
 }
 
 void TestRowButton::firstClickCounts_data()

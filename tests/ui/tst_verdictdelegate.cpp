@@ -1,4 +1,5 @@
 #include "support/windowsetup.h"
+#include "support/testline.h"
 
 #include "support/windowclick.h"
 
@@ -45,7 +46,7 @@ private Q_SLOTS:
 
 private:
     /// A window with a row of each verdict, the table having the focus.
-    void open(const QPalette& palette);
+    void open(const QPalette& palette, TestLine at = {});
     [[nodiscard]] QTableWidget& table() const { return *m_setup->table(); }
     [[nodiscard]] QImage picture() const { return table().viewport()->grab().toImage(); }
     [[nodiscard]] QRect place(int row, int column) const;
@@ -61,7 +62,7 @@ void TestVerdictDelegate::cleanup()
     QApplication::setPalette(m_light);
 }
 
-void TestVerdictDelegate::open(const QPalette& palette)
+void TestVerdictDelegate::open(const QPalette& palette, TestLine at)
 {
     QApplication::setPalette(palette);
     m_setup = std::make_unique<WindowSetup>();
@@ -69,11 +70,11 @@ void TestVerdictDelegate::open(const QPalette& palette)
     m_setup->install(u"Gamma"_s, "2.0");
     m_setup->install(u"Delta"_s, "3.0");
     m_setup->offer({{"Alpha", "2.0"}, {"Beta", "2.0"}, {"Gamma", "2.0"}, {"Delta", "2.0"}});
-    m_setup->open();
-    QVERIFY(m_setup->window().action_loadWebData());
-    QVERIFY(m_setup->scan());
+    m_setup->open(at);
+    VERIFY_AT(at, m_setup->window().action_loadWebData());
+    VERIFY_AT(at, m_setup->scan());
     m_setup->window().activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&m_setup->window()));
+    VERIFY_AT(at, QTest::qWaitForWindowActive(&m_setup->window()));
     table().setFocus();
 }
 

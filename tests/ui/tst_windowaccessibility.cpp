@@ -1,5 +1,6 @@
 #include "support/controlwalk.h"
 #include "support/downloadbench.h"
+#include "support/testline.h"
 #include "support/windowsetup.h"
 
 #include <QAccessible>
@@ -97,11 +98,11 @@ private Q_SLOTS:
 
 private:
     /// A window that shows four applications.
-    void openFour();
+    void openFour(TestLine at = {});
     /// The same after a scan, with one of each verdict.
-    void scanFour();
+    void scanFour(TestLine at = {});
     /// A window on @p bench with rows that download from its held server.
-    static void open(DownloadBench& bench);
+    static void open(DownloadBench& bench, TestLine at = {});
     [[nodiscard]] QPushButton* rowButton(int row, const QString& name) const;
     /// "table", "⤓ Alpha", "✕ Alpha" or "scan", by what has the focus in each step.
     [[nodiscard]] static QStringList walk(QTableWidget* table, Qt::Key key);
@@ -119,30 +120,30 @@ void TestWindowAccessibility::cleanup()
     m_setup.reset();
 }
 
-void TestWindowAccessibility::openFour()
+void TestWindowAccessibility::openFour(TestLine at)
 {
     m_setup->install(u"Alpha"_s, "1.0");
     m_setup->install(u"Beta"_s, "0.5");
     m_setup->install(u"Gamma"_s, "3.0");
     m_setup->offer({{"Alpha", "1.0"}, {"Beta", "2.0"}, {"Gamma", "2.5"}, {"Delta", "4.0"}});
-    m_setup->open();
-    QVERIFY(m_setup->window().action_loadWebData());
+    m_setup->open(at);
+    VERIFY_AT(at, m_setup->window().action_loadWebData());
 }
 
-void TestWindowAccessibility::scanFour()
+void TestWindowAccessibility::scanFour(TestLine at)
 {
-    openFour();
-    QVERIFY(m_setup->scan());
+    openFour(at);
+    VERIFY_AT(at, m_setup->scan());
 }
 
-void TestWindowAccessibility::open(DownloadBench& bench)
+void TestWindowAccessibility::open(DownloadBench& bench, TestLine at)
 {
     bench.list({{.name = u"Atlas"_s, .fileName = u"a.dmg"_s},
                 {.name = u"Boreal"_s, .fileName = u"b.dmg"_s},
                 {.name = u"Cirrus"_s, .fileName = u"c.dmg"_s}});
-    bench.open();
+    bench.open(DownloadBench::Shown, at);
     bench.window().activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&bench.window()));
+    VERIFY_AT(at, QTest::qWaitForWindowActive(&bench.window()));
 }
 
 QPushButton* TestWindowAccessibility::rowButton(int row, const QString& name) const

@@ -3,6 +3,7 @@
 
 #include "support/downloadbench.h"
 #include "support/modalbox.h"
+#include "support/testline.h"
 #include "support/windowclick.h"
 #include "support/windowsetup.h"
 #include "ui/waitdialog.h"
@@ -106,11 +107,11 @@ void pressCloseButton(PreferenceDialog& dialog)
     dialog.close();
 }
 
-void pressControlW(PreferenceDialog& dialog)
+void pressControlW(PreferenceDialog& dialog, TestLine at = {})
 {
     dialog.activateWindow();
     // Not qWaitForWindowActive(), which is content when the main window is active.
-    QTRY_COMPARE(QApplication::activeWindow(), &dialog);
+    TRY_COMPARE_AT(at, QApplication::activeWindow(), &dialog, 5'000);
     QTest::keyClick(&dialog, Qt::Key_W, Qt::ControlModifier);
 }
 
@@ -173,7 +174,7 @@ private Q_SLOTS:
 
 private:
     /// A window that shows the catalogue with Alpha of the first server; the second has Beta.
-    void open();
+    void open(TestLine at = {});
     /// Types the second server's address and presses OK.
     void moveToOtherServer(PreferenceDialog& dialog) const;
     [[nodiscard]] QString color(int row) const;
@@ -203,11 +204,11 @@ void TestWindowPreferences::cleanup()
     m_other.reset();
 }
 
-void TestWindowPreferences::open()
+void TestWindowPreferences::open(TestLine at)
 {
-    m_setup->open();
-    QVERIFY(m_setup->window().action_loadWebData());
-    QCOMPARE(names(), QStringList{u"Alpha"_s});
+    m_setup->open(at);
+    VERIFY_AT(at, m_setup->window().action_loadWebData());
+    COMPARE_AT(at, names(), QStringList{u"Alpha"_s});
     (void)takeLog();
 }
 

@@ -1,6 +1,7 @@
 #include "web/webprofiler.h"
 
 #include "app/debug.h"
+#include "support/cataloguetext.h"
 #include "support/privatehome.h"
 
 #include <QTest>
@@ -12,7 +13,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-const QByteArray header = "Name,Version,Release date,Filename,Ignored\n";
+const QByteArray& header = catalogueTitles;
 
 /// A catalogue that has read @p file, without a server.
 class Catalogue : public WebProfiler

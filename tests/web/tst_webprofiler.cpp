@@ -1,6 +1,7 @@
 #include "web/webprofiler.h"
 
 #include "app/debug.h"
+#include "support/cataloguetext.h"
 #include "support/httpserver.h"
 #include "support/localtrust.h"
 #include "support/privatehome.h"
@@ -454,7 +455,7 @@ void TestWebProfiler::aTextWithoutValidEntryIsNotAskedForAgain_data()
     const auto row = [](const char* what, const QByteArray& body, const char* error) {
         QTest::newRow(what) << body << QString::fromUtf8(error);
     };
-    row("a header alone", "Name,Version,Release date,Filename,Ignored\n",
+    row("a header alone", catalogueTitles,
         "CSV reçu (43 octets) mais aucune entrée valide — format inattendu");
     row("one byte", "\n", "CSV reçu (1 octets) mais aucune entrée valide — format inattendu");
     row("nothing but ignored entries", "Name,Ignored\nSynth,1\n",

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "support/cataloguetext.h"
 #include "support/privatehome.h"
 #include "web/webprofiler.h"
 
@@ -9,8 +10,8 @@
 #include <functional>
 #include <utility>
 
-inline const QByteArray goodCatalogue = "Name,Version,Release date,Filename,Ignored\n"
-                                        "Synth,1.2,2026-09-21,Synth.pkg,0\n";
+inline const QByteArray goodCatalogue =
+    catalogueTitles + catalogueLine("Synth", "1.2", "2026-09-21", "Synth.pkg");
 
 inline const QString retryLine =
     QStringLiteral("[WARNING] WebProfiler - First attempt failed, retrying once in 2s...");
