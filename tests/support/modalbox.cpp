@@ -34,7 +34,8 @@ void BoxAnswerer::answer()
 BoxGuard::BoxGuard()
 {
     m_timer.callOnTimeout(this, [this] { look(); });
-    m_timer.start(2'000);
+    // A busy machine alone can stop a process for seconds, also while somebody presses OK.
+    m_timer.start(10'000);
 }
 
 void BoxGuard::look()
