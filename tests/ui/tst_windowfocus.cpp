@@ -1,7 +1,8 @@
 #include "support/archives.h"
-#include "support/modalbox.h"
-#include "support/windowclick.h"
 #include "support/downloadbench.h"
+#include "support/modalbox.h"
+#include "support/testline.h"
+#include "support/windowclick.h"
 #include "ui/waitdialog.h"
 
 #include <QAction>
@@ -91,12 +92,12 @@ private:
     void leaveThePreferences();
     void acceptThePreferences();
 
-    void pressUnder(QMessageBox::StandardButton button);
+    void pressUnder(QMessageBox::StandardButton button, TestLine at = {});
     void list(const QStringList& names);
     [[nodiscard]] QAction* action(const QString& name) const;
-    void activate();
+    void activate(TestLine at = {});
     /// Presses Tab, and arrow keys in the table, until the focus is at @p place.
-    void goTo(const QString& place);
+    void goTo(const QString& place, TestLine at = {});
     /// "⤓ Atlas", "✕ Atlas", "scan", or "table", with the row that is the current one after it.
     [[nodiscard]] QString place() const;
 
@@ -131,14 +132,14 @@ QAction* TestWindowFocus::action(const QString& name) const
     return m_bench->window().findChild<QAction*>(name);
 }
 
-void TestWindowFocus::activate()
+void TestWindowFocus::activate(TestLine at)
 {
     // Again and again: a dialog that is closed at once may become active afterwards.
     const auto isActive = [this] {
         m_bench->window().activateWindow();
         return QGuiApplication::focusWindow() == m_bench->window().windowHandle();
     };
-    QTRY_VERIFY(isActive());
+    TRY_VERIFY_AT(at, isActive(), 5000);
 }
 
 QString TestWindowFocus::place() const
@@ -164,7 +165,7 @@ QString TestWindowFocus::place() const
     return focused->objectName();
 }
 
-void TestWindowFocus::goTo(const QString& wanted)
+void TestWindowFocus::goTo(const QString& wanted, TestLine at)
 {
     for (int i = 0; i < 20 && !place().startsWith(wanted.section(u' ', 0, 0)); ++i) {
         press(Qt::Key_Tab);
@@ -172,7 +173,7 @@ void TestWindowFocus::goTo(const QString& wanted)
     for (int i = 0; i < 100 && place() != wanted; ++i) {
         press(place().startsWith("table"_L1) ? Qt::Key_Down : Qt::Key_Tab);
     }
-    QCOMPARE(place(), wanted);
+    COMPARE_AT(at, place(), wanted);
 }
 
 void TestWindowFocus::staysOver_data()
@@ -222,11 +223,11 @@ void TestWindowFocus::staysOver()
     QTRY_COMPARE(place(), to);
 }
 
-void TestWindowFocus::pressUnder(QMessageBox::StandardButton button)
+void TestWindowFocus::pressUnder(QMessageBox::StandardButton button, TestLine at)
 {
     const BoxAnswerer answers(button);
     press(Qt::Key_Space);
-    QCOMPARE(answers.count(), 1);
+    COMPARE_AT(at, answers.count(), 1);
 }
 
 void TestWindowFocus::acceptAndDeclineTheSecondTime()
