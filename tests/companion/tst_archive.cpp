@@ -459,7 +459,7 @@ void TestArchive::tellsChoiceAndReason()
     QCOMPARE(result.status, 0);
 }
 
-void TestArchive::tellsWhatHarms_data()
+void TestArchive::tellsWhatHarms_data() // NOLINT(readability-function-size): a table
 {
     QTest::addColumn<QByteArray>("archive");
     QTest::addColumn<QString>("choice");  // for arm64; empty: any

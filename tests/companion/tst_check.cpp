@@ -652,7 +652,7 @@ void TestCheck::looksAtTheFiles()
     note(findings);
 }
 
-void TestCheck::looksAtTheArchives_data()
+void TestCheck::looksAtTheArchives_data() // NOLINT(readability-function-size): a table
 {
     QTest::addColumn<QByteArray>("archive");
     QTest::addColumn<QStringList>("findings");

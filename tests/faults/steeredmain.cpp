@@ -11,7 +11,7 @@
 //     stopExtraction  has the next extraction stand still, and prints "stopped" then
 
 #define main quillmereMain
-#include "app/main.cpp"
+#include "app/main.cpp" // NOLINT(bugprone-suspicious-include): the program itself, steered
 #undef main
 
 #include <QAbstractButton>

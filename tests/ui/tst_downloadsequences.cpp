@@ -232,7 +232,7 @@ QList<Entry> TestDownloadSequences::randomCatalogue()
 
 void TestDownloadSequences::changeInstalled()
 {
-    const QString name = names[random(names.size())];
+    const QString& name = names[random(names.size())];
     if (random(3) == 0) {
         m_bench->machine().uninstall(name);
         m_installed.erase(name);

@@ -56,7 +56,8 @@ bool hasExecutable(const ArchiveContent& archive, const QString& folder)
         if (!node.key().startsWith(folder)) {
             break;
         }
-        if (!node.key().mid(folder.size()).contains(u'/') && archive.isExecutable(node.key())) {
+        if (!QStringView(node.key()).sliced(folder.size()).contains(u'/') &&
+            archive.isExecutable(node.key())) {
             return true;
         }
     }
