@@ -181,6 +181,11 @@ private:
     QByteArrayList m_links; ///< of the archive at hand
 };
 
+QJsonObject firstArchive(const QString& json)
+{
+    return QJsonDocument::fromJson(json.toUtf8())[u"archives"][0].toObject();
+}
+
 } // namespace
 
 class TestArchive : public QObject
@@ -210,6 +215,7 @@ private Q_SLOTS:
     void tellsOfNoLinkToTheApplications();
     void tellsThatNothingCanBeUnpacked();
     void tellsAllAsJson();
+    void holdsNoMoreThanItsLimits();
     void comparesWithThePreviousRelease();
     void tellsManyInTheirOrder();
     void endsWholeWhenInterrupted();
@@ -402,7 +408,7 @@ void TestArchive::tellsWhatTheWindowOpens()
 
     const QString path = bench.machine().home().write(u"same.zip"_s, archive);
     const CommandRun result = run(runArchive, {u"archive"_s, u"--json"_s, path});
-    const QJsonObject report = QJsonDocument::fromJson(result.out.toUtf8()).array()[0].toObject();
+    const QJsonObject report = firstArchive(result.out);
     const QString told = report[u"opens"][System::cpuArchitecture()].toString();
     QStringList expected;
     if (!told.isEmpty()) {
@@ -455,7 +461,7 @@ void TestArchive::tellsChoiceAndReason()
     const QString path = write(archive);
     const CommandRun result = run(runArchive, {u"archive"_s, path});
     QCOMPARE(result.out, path + u'\n' + lines.join(u'\n') + u'\n');
-    QCOMPARE(result.err, QString());
+    QCOMPARE(result.err, u"1 archive: nothing found\n"_s);
     QCOMPARE(result.status, 0);
 }
 
@@ -517,6 +523,9 @@ void TestArchive::tellsWhatHarms_data() // NOLINT(readability-function-size): a 
     row("tie", zipOf({"A.pkg", "B.pkg"}),
         u"opens 'A.pkg', which names no processor; by name it is before 'B.pkg'"_s,
         u"warning: 'B.pkg' fits as well as 'A.pkg'. "_s, u"archive-tie"_s);
+    const QByteArray deep = QByteArray("folder/").repeated(130) + "x.txt";
+    row("long path", zipOf({"A.pkg", deep}), a,
+        u"error: '%1' has 915 bytes. "_s.arg(QString::fromUtf8(deep)), u"archive-long"_s);
     row("shadow folder", zipOf({"d/T.app/a", "__MACOSX/T.app/a"}),
         u"opens 'd/T.app', which names no processor; '__MACOSX/T.app' is a shadow folder's"_s,
         u"warning: '__MACOSX/T.app' fits as well as 'd/T.app'. "_s, u"archive-shadow"_s);
@@ -643,7 +652,7 @@ void TestArchive::tellsAllAsJson()
 {
     const QString path = write(zipOf({"A.pkg", "B-arm.pkg", "Uninstall.app/x"}));
     const CommandRun result = run(runArchive, {u"archive"_s, u"--json"_s, path});
-    const QJsonObject report = QJsonDocument::fromJson(result.out.toUtf8()).array()[0].toObject();
+    const QJsonObject report = firstArchive(result.out);
     QCOMPARE(report[u"file"], path);
     QCOMPARE(report[u"opens"],
              (QJsonObject{{u"arm64"_s, u"B-arm.pkg"_s}, {u"x86_64"_s, u"A.pkg"_s}}));
@@ -653,6 +662,30 @@ void TestArchive::tellsAllAsJson()
     QCOMPARE(report[u"excluded"], QJsonArray{u"Uninstall.app"_s});
     QCOMPARE(report[u"unzip"], 0);
     QCOMPARE(report[u"findings"], QJsonArray());
+    const QString tie = write(zipOf({"A.pkg", "B.pkg"}), u"tie.zip"_s);
+    const QString bad = write(zipOf({"../A.pkg", "B.pkg"}), u"bad.zip"_s);
+    const QJsonObject all =
+        QJsonDocument::fromJson(
+            run(runArchive, {u"archive"_s, u"--json"_s, path, tie, bad}).out.toUtf8())
+            .object();
+    QCOMPARE(all[u"version"], 1);
+    QCOMPARE(all[u"archives"].toArray().size(), 3);
+    QCOMPARE(
+        all[u"summary"],
+        (QJsonObject{{u"archives"_s, 3}, {u"errors"_s, 1}, {u"warnings"_s, 2}, {u"notes"_s, 0}}));
+}
+
+void TestArchive::holdsNoMoreThanItsLimits()
+{
+    ZipMaker zip; // each item is in 1,900 folders, each of which has a path
+    for (int i = 0; i < 60; ++i) {
+        zip.add({.name = QByteArray::number(i) + QByteArray("/d").repeated(1'900) + "/T.pkg"});
+    }
+    const ArchiveContent archive(write(zip.bytes()));
+    QCOMPARE(archive.error(),
+             u"it has more than 1000000 items, or 100000000 characters of paths"_s);
+    QVERIFY(archive.nodes().isEmpty());
+    QCOMPARE(archiveFindings(archive).constFirst().rule, u"archive-unreadable"_s);
 }
 
 void TestArchive::comparesWithThePreviousRelease()
@@ -718,9 +751,10 @@ void TestArchive::endsByWhatWasFound()
     QCOMPARE(run(runArchive, {u"archive"_s, good, tie}).status, 0);
     QCOMPARE(run(runArchive, {u"archive"_s, u"--strict"_s, good, tie}).status, 1);
     QCOMPARE(run(runArchive, {u"archive"_s, bad, good}).status, 1);
-    // Progress is told beside what was found.
-    QCOMPARE(run(runArchive, {u"archive"_s, good, tie}).err,
-             "reading "_L1 + good + "\nreading "_L1 + tie + u'\n');
+    // Who finds nothing says what was looked at, beside the output.
+    QCOMPARE(run(runArchive, {u"archive"_s, good, tie}).err, QString());
+    QCOMPARE(run(runArchive, {u"archive"_s, good}).err, u"1 archive: nothing found\n"_s);
+    QCOMPARE(run(runArchive, {u"archive"_s, good, good}).err, u"2 archives: nothing found\n"_s);
 }
 
 void TestArchive::unreadableInputIsTold()

@@ -705,6 +705,8 @@ void TestCheck::looksAtTheArchives_data() // NOLINT(readability-function-size): 
     row("names that differ in case", zipOf({"Tool.pkg", "ReadMe", "readme"}),
         {u"2 archive-case"_s});
     row("a name that is no UTF-8", zipOf({"Tool.pkg", "\xc9.txt"}), {u"2 archive-bytes"_s});
+    row("a long path", zipOf({"Tool.pkg", QByteArray("folder/").repeated(130) + "x"}),
+        {u"2 archive-long"_s});
     row("a name with accents", zipOf({"Tool.pkg", "\u00c9.txt"}), {u"2 archive-accents"_s});
     ZipMaker windows;
     windows.add({.name = "Tool.pkg"});

@@ -5,6 +5,8 @@
 #include "companion/archive/unzipresult.h"
 #include "companion/report/commandline.h"
 #include "companion/report/finding.h"
+#include "companion/report/progress.h"
+#include "companion/report/rules.h"
 #include "companion/report/texttable.h"
 
 #include <QFileInfo>
@@ -15,6 +17,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <functional>
 #include <future>
 #include <optional>
 #include <thread>
@@ -25,6 +29,8 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 const QString previousName = u"previous"_s;
+
+constexpr int formatVersion = 1; // of the JSON; grows when a key changes its meaning
 
 /// What is told about one archive.
 struct ArchiveReport
@@ -175,10 +181,15 @@ public:
     }
     Q_DISABLE_COPY_MOVE(Examination)
 
-    /// Waits for the report of a file; nothing when the examination was stopped before. Once each.
-    std::optional<ArchiveReport> report(qsizetype file)
+    /// Waits for the report of a file, and calls @p meanwhile ten times a second; nothing when the
+    /// examination was stopped before. Once each.
+    std::optional<ArchiveReport> report(qsizetype file, const std::function<void()>& meanwhile)
     {
-        return m_reports[static_cast<std::size_t>(file)].get_future().get();
+        auto report = m_reports[static_cast<std::size_t>(file)].get_future();
+        while (report.wait_for(std::chrono::milliseconds(100)) != std::future_status::ready) {
+            meanwhile();
+        }
+        return report.get();
     }
 
 private:
@@ -199,6 +210,58 @@ private:
     std::vector<std::promise<std::optional<ArchiveReport>>> m_reports;
     std::atomic<std::size_t> m_next = 0;
     std::vector<std::thread> m_threads;
+};
+
+/// Writes reports as they come, as texts or as one JSON object, and counts what they hold.
+class Writer
+{
+public:
+    Writer(bool isJson, QTextStream& out) : m_isJson(isJson), m_out(out)
+    {
+        if (m_isJson) {
+            m_out << "{\"version\": " << formatVersion << ",\n\"archives\": [";
+        }
+    }
+
+    void write(const ArchiveReport& report)
+    {
+        ++m_count;
+        for (const Finding& finding : report.findings) {
+            ++m_found[catalogueRule(finding.rule).severity];
+        }
+        if (m_isJson) {
+            m_out << (m_count == 1 ? "\n" : ",\n")
+                  << printableJson(QJsonDocument(toJson(report)).toJson(QJsonDocument::Compact));
+        } else {
+            writeReport(report, m_out);
+        }
+        m_out.flush();
+    }
+
+    /// Writes what stands behind the reports on the output, and what does beside it on @p err.
+    void finish(bool isInterrupted, QTextStream& err)
+    {
+        if (m_isJson) {
+            const QJsonObject summary{{u"archives"_s, m_count},
+                                      {u"errors"_s, m_found.value(Severity::Error)},
+                                      {u"warnings"_s, m_found.value(Severity::Warning)},
+                                      {u"notes"_s, m_found.value(Severity::Note)}};
+            m_out << "\n],\n\"summary\": "
+                  << QString::fromUtf8(QJsonDocument(summary).toJson(QJsonDocument::Compact))
+                  << "}\n";
+        }
+        if (isInterrupted) {
+            err << "interrupted: not everything was looked at\n";
+        } else if (m_found.isEmpty()) {
+            err << m_count << (m_count == 1 ? " archive" : " archives") << ": nothing found\n";
+        }
+    }
+
+private:
+    bool m_isJson;
+    QTextStream& m_out;
+    qsizetype m_count = 0;
+    QHash<Severity, qsizetype> m_found;
 };
 
 } // namespace
@@ -223,29 +286,26 @@ int runArchive(const QStringList& arguments, QTextStream& out, QTextStream& err)
 
     const Interruption interruption;
     Examination examination(files, previous, interruption.hasCome());
-    QJsonArray all;
+    Writer writer(line.isJson(), out);
     bool hasFailed = false;
     for (qsizetype i = 0; i < files.size(); ++i) {
-        if (files.size() > 1) {
-            err << "reading " << printable(files[i]) << Qt::endl;
+        std::optional<ArchiveReport> report;
+        {
+            Progress progress(err, Progress::isOnTerminal());
+            report = examination.report(i, [&] {
+                progress.tell(u"%1 of %2 archives read, now %3"_s.arg(i)
+                                  .arg(files.size())
+                                  .arg(quoted(files[i])));
+            });
         }
-        const std::optional<ArchiveReport> report = examination.report(i);
         if (!report) {
             break;
         }
         hasFailed = isFailure(report->findings, line.isStrict()) || hasFailed;
-        if (line.isJson()) {
-            all.append(toJson(*report));
-        } else {
-            writeReport(*report, out);
-            out.flush();
-        }
+        writer.write(*report);
     }
-    if (line.isJson()) {
-        out << printableJson(QJsonDocument(all).toJson());
-    }
+    writer.finish(interruption.hasCome(), err);
     if (interruption.hasCome()) {
-        err << "interrupted: not everything was looked at\n";
         return interruption.exitStatus();
     }
     return hasFailed ? SomethingFound : NothingFound;

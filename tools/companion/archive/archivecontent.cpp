@@ -19,6 +19,13 @@ constexpr zip_uint64_t largestText = 4'194'304; // bytes; of a link or a propert
 
 constexpr std::size_t firstBytes = 4096; // of an item, which are tried
 
+// Of one archive, so that a directory which is made to fill the memory does not.
+constexpr zip_int64_t mostItems = 1'000'000;
+constexpr qsizetype longestPaths = 100'000'000;
+
+// A Mac's paths end at 1,024 bytes, and the download folder's comes before.
+constexpr qsizetype longestName = 900;
+
 constexpr int mostLinks = 40; // that a path may lead over
 
 // Any folder does: candidates are ordered by where they lie below it.
@@ -87,6 +94,13 @@ void ArchiveContent::readDirectory()
     }
     for (zip_int64_t item = 0; item < count; ++item) {
         addItem(static_cast<quint64>(item));
+        if (item == mostItems || m_tree.pathsLength() > longestPaths) {
+            m_isBeyondLimits = true;
+            m_error = u"it has more than %1 items, or %2 characters of paths"_s.arg(mostItems).arg(
+                longestPaths);
+            m_tree = {};
+            return;
+        }
     }
 }
 
@@ -103,6 +117,9 @@ QString ArchiveContent::itemName(quint64 item) const
 void ArchiveContent::checkName(quint64 item, quint8 system, const QString& shown)
 {
     const QByteArray raw = zip_get_name(m_zip.get(), item, ZIP_FL_ENC_RAW);
+    if (raw.size() > longestName) {
+        m_nameFindings.append({u"archive-long"_s, u"%1 has %2 bytes"_s.arg(shown).arg(raw.size())});
+    }
     if (std::all_of(raw.cbegin(), raw.cend(), [](char c) { return c >= 0; })) {
         return;
     }

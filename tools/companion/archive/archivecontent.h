@@ -25,6 +25,8 @@ public:
     [[nodiscard]] QString error() const { return m_error; }
     /// What keeps unzip from ending with 0, as far as the directory shows it.
     [[nodiscard]] const QList<Finding>& failures() const { return m_failures; }
+    /// Whether the directory has more than is held here; then there is an error, too.
+    [[nodiscard]] bool isBeyondLimits() const { return m_isBeyondLimits; }
     /// Bytes of all items unpacked, as the directory tells them.
     [[nodiscard]] quint64 unpackedSize() const { return m_unpackedSize; }
     /// Items whose first bytes cannot be unpacked. Reads some of each item.
@@ -71,6 +73,7 @@ private:
     };
     std::unique_ptr<zip, Closer> m_zip;
     QString m_error;
+    bool m_isBeyondLimits = false;
     quint64 m_unpackedSize = 0;
     UnpackedTree m_tree;
     QList<Finding> m_failures;

@@ -129,7 +129,7 @@ QList<Finding> firstOfEachRule(const QList<Finding>& findings)
 
 bool isTooLarge(const ArchiveContent& archive)
 {
-    return archive.unpackedSize() > largestArchive;
+    return archive.isBeyondLimits() || archive.unpackedSize() > largestArchive;
 }
 
 QList<Finding> archiveFindings(const ArchiveContent& archive, const UnpackedArchive& unpacked)

@@ -6,7 +6,8 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr qsizetype longestName = 255; // bytes
+constexpr qsizetype longestName = 255;   // bytes
+constexpr qsizetype longestPath = 4'000; // bytes, with room for the folder that is unpacked into
 
 /// unzip leaves control characters out, and a final ";" with digits, which is a version on VMS.
 QString plainName(const QString& name)
@@ -26,6 +27,9 @@ QString plainName(const QString& name)
 
 UnpackedTree::Outcome UnpackedTree::add(const QString& name, Kind kind, quint64 item)
 {
+    if (name.toUtf8().size() > longestPath) {
+        return NotCreated;
+    }
     const QString plain = plainName(name);
     const QStringList given = plain.split(u'/', Qt::SkipEmptyParts);
     QStringList steps = given;
@@ -58,6 +62,7 @@ UnpackedTree::Outcome UnpackedTree::add(const QString& name, Kind kind, quint64 
             return NotCreated;
         }
         m_nodes.insert(path, {kind, item});
+        m_pathsLength += path.size();
     }
     return isRenamed ? Renamed : Unpacked;
 }
@@ -68,6 +73,7 @@ bool UnpackedTree::addFolder(const QString& path, quint64 item)
         return former->kind == Folder;
     }
     m_nodes.insert(path, {Folder, item});
+    m_pathsLength += path.size();
     return true;
 }
 

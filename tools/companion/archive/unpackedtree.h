@@ -30,6 +30,8 @@ public:
 
     /// Unpacks one item more, over what lies there already. A @p name that ends in "/" is a folder.
     Outcome add(const QString& name, Kind kind, quint64 item);
+    /// The length of all paths together.
+    [[nodiscard]] qsizetype pathsLength() const { return m_pathsLength; }
     /// By their paths, which are relative.
     [[nodiscard]] const QMap<QString, Node>& nodes() const { return m_nodes; }
 
@@ -38,4 +40,5 @@ private:
     [[nodiscard]] bool addParents(const QStringList& steps);
 
     QMap<QString, Node> m_nodes;
+    qsizetype m_pathsLength = 0;
 };

@@ -275,6 +275,8 @@ QList<Rule> archiveRules() // NOLINT(readability-function-size): a table
          u"The archive would have more than 32 GiB unpacked."_s,
          u"The client unpacks it, if the user's disk has room; here it is not tried."_s,
          u"Publish something smaller, or a .dmg."_s},
+        {u"archive-long"_s, Severity::Error, u"An item's path is longer than a Mac takes."_s,
+         u"The client's unzip fails there, and nothing is opened."_s, u"Shorten it."_s},
         {u"archive-untried"_s, Severity::Warning,
          u"The archive was not tried as the client does."_s,
          u"What is told of it is what its directory promises, which can be wrong."_s,
