@@ -524,6 +524,11 @@ void TestArchive::tellsWhatHarms_data() // NOLINT(readability-function-size): a 
         u"opens 'A.pkg', which names no processor; by name it is before 'B.pkg'"_s,
         u"warning: 'B.pkg' fits as well as 'A.pkg'. "_s, u"archive-tie"_s);
     const QByteArray deep = QByteArray("folder/").repeated(130) + "x.txt";
+    ZipMaker marked;
+    marked.add({.name = "A.pkg"});
+    marked.add({.name = "\xc9.txt", .isUtf8 = true});
+    row("bytes that are marked as UTF-8", marked.bytes(), a,
+        u"error: '\ufffd.txt' is no UTF-8 text. "_s, u"archive-bytes"_s);
     row("long path", zipOf({"A.pkg", deep}), a,
         u"error: '%1' has 915 bytes. "_s.arg(QString::fromUtf8(deep)), u"archive-long"_s);
     row("shadow folder", zipOf({"d/T.app/a", "__MACOSX/T.app/a"}),

@@ -663,6 +663,9 @@ void TestCheck::looksAtTheArchives_data() // NOLINT(readability-function-size): 
     row("one package", zipOf({"Tool.pkg", "ReadMe.txt"}), {});
     row("cut off", zipOf({"Tool.pkg"}).chopped(5), {u"2 archive-unreadable"_s});
     row("empty", ZipMaker().bytes(), {u"2 archive-fails"_s, u"2 archive-nothing"_s});
+    ZipMaker bzip2;
+    bzip2.add({.name = "Tool.pkg", .method = 12});
+    row("method of few", bzip2.bytes(), {u"2 archive-method"_s});
     ZipMaker lzma;
     lzma.add({.name = "Tool.pkg", .method = 14});
     row("unknown method", lzma.bytes(), {u"2 archive-fails"_s, u"2 archive-nothing"_s});

@@ -118,17 +118,17 @@ void ArchiveContent::checkName(quint64 item, quint8 system, const QString& shown
 {
     const QByteArray raw = zip_get_name(m_zip.get(), item, ZIP_FL_ENC_RAW);
     if (raw.size() > longestName) {
-        m_nameFindings.append({u"archive-long"_s, u"%1 has %2 bytes"_s.arg(shown).arg(raw.size())});
+        m_headFindings.append({u"archive-long"_s, u"%1 has %2 bytes"_s.arg(shown).arg(raw.size())});
     }
     if (std::all_of(raw.cbegin(), raw.cend(), [](char c) { return c >= 0; })) {
         return;
     }
     if (!raw.isValidUtf8()) {
-        m_nameFindings.append({u"archive-bytes"_s, u"%1 is no UTF-8 text"_s.arg(shown)});
+        m_headFindings.append({u"archive-bytes"_s, u"%1 is no UTF-8 text"_s.arg(shown)});
     } else if (system != ZIP_OPSYS_UNIX && system != ZIP_OPSYS_OS_X) {
-        m_nameFindings.append({u"archive-letters"_s, u"%1 was not packed as on Unix"_s.arg(shown)});
+        m_headFindings.append({u"archive-letters"_s, u"%1 was not packed as on Unix"_s.arg(shown)});
     } else {
-        m_nameFindings.append({u"archive-accents"_s, u"%1 is not all ASCII"_s.arg(shown)});
+        m_headFindings.append({u"archive-accents"_s, u"%1 is not all ASCII"_s.arg(shown)});
     }
 }
 
@@ -154,6 +154,12 @@ void ArchiveContent::addItem(quint64 item)
                            u"%1 is compressed by method %2, which unzip lacks"_s.arg(shown).arg(
                                about.comp_method)});
         return;
+    }
+    if ((about.valid & ZIP_STAT_COMP_METHOD) && about.comp_method != ZIP_CM_STORE &&
+        about.comp_method != ZIP_CM_DEFLATE) {
+        m_headFindings.append(
+            {u"archive-method"_s,
+             u"%1 is compressed by method %2"_s.arg(shown).arg(about.comp_method)});
     }
     if (system == ZIP_OPSYS_DOS && name.contains(u'\\') && !name.contains(u'/')) {
         m_failures.append({u"archive-name"_s, u"%1 has backslashes"_s.arg(shown)});

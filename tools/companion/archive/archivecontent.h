@@ -31,8 +31,8 @@ public:
     [[nodiscard]] quint64 unpackedSize() const { return m_unpackedSize; }
     /// Items whose first bytes cannot be unpacked. Reads some of each item.
     [[nodiscard]] QList<Finding> damages() const;
-    /// What is wrong with the items' names, although unzip ends with 0.
-    [[nodiscard]] const QList<Finding>& nameFindings() const { return m_nameFindings; }
+    /// What is wrong with the items' heads, mostly their names, although unzip ends with 0.
+    [[nodiscard]] const QList<Finding>& headFindings() const { return m_headFindings; }
     /// What the client would choose from on a machine of that processor, best first; the paths are
     /// relative.
     [[nodiscard]] QList<InstallerCandidate> candidates(const QString& architecture) const;
@@ -77,5 +77,5 @@ private:
     quint64 m_unpackedSize = 0;
     UnpackedTree m_tree;
     QList<Finding> m_failures;
-    QList<Finding> m_nameFindings;
+    QList<Finding> m_headFindings;
 };

@@ -108,6 +108,19 @@ Finding comparedVersions(const QString& bundle, const QString& version,
                 quoted(catalogueVersion))};
 }
 
+/// What is wrong with names that lie on the disk.
+Findings nameFindings(const QList<QByteArray>& names)
+{
+    Findings findings;
+    for (const QByteArray& name : names) {
+        const QString shown = quoted(QString::fromUtf8(name));
+        findings.append(name.isValidUtf8()
+                            ? Finding{u"archive-accents"_s, u"%1 is not all ASCII"_s.arg(shown)}
+                            : Finding{u"archive-bytes"_s, u"%1 is no UTF-8 text"_s.arg(shown)});
+    }
+    return findings;
+}
+
 } // namespace
 
 QList<Finding> firstOfEachRule(const QList<Finding>& findings)
@@ -152,7 +165,10 @@ QList<Finding> archiveFindings(const ArchiveContent& archive, const UnpackedArch
         findings.append(
             {u"archive-untried"_s, u"it was not unpacked, as %1"_s.arg(unpacked.obstacle)});
     }
-    findings += archive.nameFindings();
+    findings += archive.headFindings();
+    if (!archive.error().isEmpty()) {
+        findings += nameFindings(unpacked.names); // as nothing else knows them
+    }
     findings += letterCaseFindings(archive);
     for (const QString& processor : processors()) {
         checkChoice(archive, processor,

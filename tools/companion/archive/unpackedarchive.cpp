@@ -9,6 +9,7 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
+#include <algorithm>
 #include <filesystem>
 #include <system_error>
 
@@ -82,6 +83,24 @@ QStringList excludedItems(const QString& folder)
     return paths;
 }
 
+/// The last steps of paths below @p folder that have other bytes than ASCII's. Qt leaves those out
+/// that are no text.
+QList<QByteArray> namesBeyondAscii(const QString& folder)
+{
+    QList<QByteArray> names;
+    std::error_code error;
+    using Iterator = std::filesystem::recursive_directory_iterator;
+    const auto options = std::filesystem::directory_options::skip_permission_denied;
+    for (Iterator item(QFile::encodeName(folder).toStdString(), options, error);
+         !error && item != Iterator(); item.increment(error)) {
+        const auto name = QByteArray::fromStdString(item->path().filename().native());
+        if (std::any_of(name.cbegin(), name.cend(), [](char c) { return c < 0; })) {
+            names.append(name);
+        }
+    }
+    return names;
+}
+
 } // namespace
 
 UnpackedArchive unpackArchive(const QString& path, const std::function<bool()>& goesOn)
@@ -102,6 +121,7 @@ UnpackedArchive unpackArchive(const QString& path, const std::function<bool()>& 
         }
     }
     unpacked.excluded = excludedItems(folder.path());
+    unpacked.names = namesBeyondAscii(folder.path());
     removeAll(QFile::encodeName(folder.path()).toStdString());
     return unpacked;
 }

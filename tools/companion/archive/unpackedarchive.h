@@ -15,7 +15,8 @@ struct UnpackedArchive
     std::optional<int> unzipCode;
     QString obstacle; ///< what of this machine has kept it from being tried; empty when nothing
     QHash<QString, QList<InstallerCandidate>> candidates; ///< by processor, best first
-    QStringList excluded; ///< items that would be candidates but for their names
+    QStringList excluded;    ///< items that would be candidates but for their names
+    QList<QByteArray> names; ///< of items that are not all ASCII, as they lie on the disk
 };
 
 /// Unpacks the archive at @p path by unzip into a temporary folder, looks at what is there as the
