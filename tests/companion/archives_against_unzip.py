@@ -517,7 +517,9 @@ def main():
                 elif wrong:
                     failed += 1
                     print(archives[number][0] + ": " + "; ".join(wrong))
-                    print("    findings: " + ", ".join(one["rule"] for one in report["findings"]))
+                    for locale in LOCALES:
+                        found = reports[locale][number]["findings"]
+                        print("    %s: %s" % (locale, ", ".join(one["rule"] for one in found)))
                     if options.keep:
                         shutil.copy(paths[number], options.keep)
     print("%d archives by %d programs under %s: %d open something, %d make unzip fail, %d are told "

@@ -824,7 +824,7 @@ void TestMachine::twoProgramsShareOneHome()
                                                            .filter(u"SysProfiler - data updated"_s)
                                                            .isEmpty(),
                                  30'000);
-        QTRY_VERIFY_WITH_TIMEOUT(isReady(*program), 30'000);
+        QTRY_VERIFY_WITH_TIMEOUT(isReady(*program), 120'000);
     }
     QCOMPARE(config(), settings);
 
@@ -833,11 +833,11 @@ void TestMachine::twoProgramsShareOneHome()
         program->tell("trigger actionPreferences");
     }
     for (SteeredProgram* program : {&first, &second}) {
-        QTRY_VERIFY_WITH_TIMEOUT(program->windows().size() == 2, 30'000);
+        QTRY_VERIFY_WITH_TIMEOUT(program->windows().size() == 2, 120'000);
         program->tell("press OK");
     }
     for (SteeredProgram* program : {&first, &second}) {
-        QTRY_VERIFY_WITH_TIMEOUT(isReady(*program), 30'000);
+        QTRY_VERIFY_WITH_TIMEOUT(isReady(*program), 120'000);
         program->tell("press downloadBtn");
     }
     const auto downloads = [this] {
@@ -846,7 +846,7 @@ void TestMachine::twoProgramsShareOneHome()
     QTRY_COMPARE_WITH_TIMEOUT(downloads(), 2, 30'000);
     QTRY_COMPARE_WITH_TIMEOUT(m_window->saved(u"tool.dmg"_s), "installer", 30'000);
     for (SteeredProgram* program : {&first, &second}) {
-        QTRY_VERIFY_WITH_TIMEOUT(isReady(*program), 30'000);
+        QTRY_VERIFY_WITH_TIMEOUT(isReady(*program), 120'000);
         program->tell("close");
         QVERIFY(program->waitForEnd());
         QCOMPARE(program->process().exitStatus(), QProcess::NormalExit);

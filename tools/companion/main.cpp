@@ -32,6 +32,12 @@ bool isClosed(int descriptor)
     return ::fcntl(descriptor, F_GETFD) == -1;
 }
 
+/// Why a long output could not be written before its end: the same once more for one byte.
+int reasonOfLastWrite()
+{
+    return ::write(STDOUT_FILENO, "\n", 1) == -1 ? errno : 0;
+}
+
 int sayUnwritable(QTextStream& err, int reason)
 {
     err << companionName() << ": cannot write the output"
@@ -59,7 +65,7 @@ int main(int argc, char* argv[])
     errno = 0;
     out.flush();
     if (out.status() != QTextStream::Ok || std::fflush(stdout) != 0) {
-        return sayUnwritable(err, errno);
+        return sayUnwritable(err, errno != 0 ? errno : reasonOfLastWrite());
     }
     return status;
 }

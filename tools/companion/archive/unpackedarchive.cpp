@@ -38,7 +38,7 @@ void runUnzip(const QStringList& arguments, const std::function<bool()>& goesOn,
     unzip.setStandardOutputFile(QProcess::nullDevice());
     unzip.setStandardErrorFile(QProcess::nullDevice());
     startUnzip(unzip, arguments);
-    if (!unzip.waitForStarted()) {
+    if (!unzip.waitForStarted(-1)) {
         unpacked.obstacle = u"/usr/bin/unzip cannot be started"_s;
         return;
     }
