@@ -204,8 +204,8 @@ private:
         }
     }
 
-    QStringList m_files;
-    QString m_previous;
+    const QStringList m_files; // several threads read it, so that it must not detach
+    const QString m_previous;
     const std::atomic<bool>& m_isStopped;
     std::vector<std::promise<std::optional<ArchiveReport>>> m_reports;
     std::atomic<std::size_t> m_next = 0;
