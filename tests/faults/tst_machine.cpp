@@ -207,7 +207,7 @@ void TestMachine::inject(const QByteArray& script, TestLine at) const
 void TestMachine::pressScan(TestLine at)
 {
     windowClick(m_window->window().findChild<QPushButton*>(u"LoadButton"_s), at);
-    VERIFY_AT(at, m_window->isWaitDialogVisible());
+    // A scan that finds nothing can be over before the click returns.
     VERIFY_AT(at, m_window->waitForScan());
     VERIFY_AT(at, !m_window->isWaitDialogVisible());
 }
