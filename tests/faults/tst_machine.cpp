@@ -6,6 +6,7 @@
 #include "support/testline.h"
 #include "support/windowclick.h"
 #include "ui/preferencedialog.h"
+#include "ui/waitdialog.h"
 
 #include <QAction>
 #include <QDir>
@@ -114,6 +115,23 @@ public:
     Q_DISABLE_COPY_MOVE(NoWayOut)
 };
 
+/// Whether a wait dialog was shown since.
+class WaitDialogWatch : public QObject
+{
+public:
+    WaitDialogWatch() { qApp->installEventFilter(this); }
+    [[nodiscard]] bool wasShown() const { return m_wasShown; }
+
+    bool eventFilter(QObject* object, QEvent* event) override
+    {
+        m_wasShown |= event->type() == QEvent::Show && qobject_cast<WaitDialog*>(object);
+        return false;
+    }
+
+private:
+    bool m_wasShown = false;
+};
+
 } // namespace
 
 /// What happens when the machine misbehaves: its commands, the bundles' property lists, the
@@ -206,8 +224,10 @@ void TestMachine::inject(const QByteArray& script, TestLine at) const
 
 void TestMachine::pressScan(TestLine at)
 {
+    // Seen by its event: a scan that finds nothing can be over before the click returns.
+    WaitDialogWatch dialog;
     windowClick(m_window->window().findChild<QPushButton*>(u"LoadButton"_s), at);
-    // A scan that finds nothing can be over before the click returns.
+    VERIFY_AT(at, dialog.wasShown());
     VERIFY_AT(at, m_window->waitForScan());
     VERIFY_AT(at, !m_window->isWaitDialogVisible());
 }
