@@ -83,8 +83,24 @@ QStringList excludedItems(const QString& folder)
     return paths;
 }
 
-/// The last steps of paths below @p folder that have other bytes than ASCII's. Qt leaves those out
-/// that are no text.
+/// Removes what a Mac's file system refuses, an item whose name is no text. Newer releases of Qt
+/// list nothing of a folder that holds one.
+void removeNamesThatAreNoText(const std::filesystem::path& folder)
+{
+    namespace fs = std::filesystem;
+    std::error_code unheeded;
+    for (fs::directory_iterator item(folder, unheeded), end; item != end;
+         item.increment(unheeded)) {
+        if (!QUtf8StringView(item->path().filename().native()).isValidUtf8()) {
+            removeAll(item->path());
+        } else if (item->symlink_status(unheeded).type() == fs::file_type::directory) {
+            removeNamesThatAreNoText(item->path());
+        }
+    }
+}
+
+/// The last steps of paths below @p folder that have other bytes than ASCII's, by the bytes since
+/// Qt leaves those out that are no text.
 QList<QByteArray> namesBeyondAscii(const QString& folder)
 {
     QList<QByteArray> names;
@@ -113,6 +129,8 @@ UnpackedArchive unpackArchive(const QString& path, const std::function<bool()>& 
     }
     runUnzip({u"-o"_s, QFileInfo(path).absoluteFilePath(), u"-d"_s, folder.path()}, goesOn,
              unpacked);
+    unpacked.names = namesBeyondAscii(folder.path());
+    removeNamesThatAreNoText(QFile::encodeName(folder.path()).toStdString());
     for (const QString& processor : processors()) {
         QList<InstallerCandidate>& items = unpacked.candidates[processor];
         items = installerCandidates(folder.path(), processor);
@@ -121,7 +139,6 @@ UnpackedArchive unpackArchive(const QString& path, const std::function<bool()>& 
         }
     }
     unpacked.excluded = excludedItems(folder.path());
-    unpacked.names = namesBeyondAscii(folder.path());
     removeAll(QFile::encodeName(folder.path()).toStdString());
     return unpacked;
 }
