@@ -7,30 +7,30 @@ Takes the compiler's command lines from the database COMPILE_COMMANDS, and gives
 of the folder TOOLCHAIN, with Apple's C headers and libc++ from there, once for each kind of
 processor. HEADERS holds those of other libraries that are the same on every system. What Apple has
 had only since a later macOS is rejected like what it does not have at all.
+
+For the first kind of processor each file is compiled by itself, so that each must include what it
+needs of libc++. That holds for the others then, which are told the files by the dozen, see
+umbrella.py, and one by one only where a dozen does not compile.
 """
 
-import json
 import os
-import shlex
 import subprocess
 import sys
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
-from compilecommands import unlisted
+from umbrella import PROJECT, Umbrella, gathered, units_of
 
+DARWIN = PROJECT / "build/darwin/files"
 PROCESSORS = ("arm64", "x86_64")
 OLDEST_MACOS = "12"
-FOLDERS = ("src", "tools", "tests", "bench")
+FOLDERS = ("src", "tools", "tests", "bench", "build")  # the last for what Qt's tools make
 # Built on Linux alone, by its CMakeLists.txt, since it reads /proc.
-LINUX_ALONE = "/tests/soak/"
+LINUX_ALONE = PROJECT / "tests/soak"
 
 # What must be rejected, and why: each run sees first that it can fail.
 PLANTED = (("#include <endian.h>\n", "'endian.h' file not found"),
            ('#include <format>\nauto text = std::format("{}", 1);\n', "introduced in macOS 13"))
-
-DROPPED_WITH_VALUE = {"-o", "-MT", "-MF"}
-DROPPED = {"-MD", "-c", "-Werror"}  # what newer compilers warn of is another check
 
 
 def clang(toolchain, others, processor):
@@ -46,26 +46,24 @@ def clang(toolchain, others, processor):
             *(f"-isystem{folder}" for folder in headers)]
 
 
-def options(command):
-    """What the file's own command says, without its compiler, output and system."""
-    words = shlex.split(command)
-    while os.path.basename(words[0]) == "ccache":
-        words = words[1:]
-    rest = iter(words[1:])
-    for word in rest:
-        if word in DROPPED_WITH_VALUE:
-            next(rest)
-        elif word not in DROPPED:
-            yield word.replace("/mkspecs/linux-g++", "/mkspecs/macx-clang")
-
-
-def check(compiler, entry):
-    """What clang says against the file; empty when it compiles."""
-    result = subprocess.run([*compiler, *options(entry["command"])], cwd=entry["directory"],
+def check(compiler, umbrella):
+    """What clang says against the files; empty when they compile."""
+    options = [word.replace("/mkspecs/linux-g++", "/mkspecs/macx-clang")
+               for word in umbrella.options()]
+    result = subprocess.run([*compiler, *options, str(umbrella.path)], cwd=PROJECT,
                             capture_output=True, text=True, check=False)
     if result.returncode == 0:
         return ""
-    return f"{entry['file']}:\n{result.stderr or result.returncode}"
+    if len(umbrella.units) > 1:
+        alone = written([Umbrella([unit]) for unit in umbrella.units], umbrella.path.stem)
+        return "\n".join(filter(None, (check(compiler, one) for one in alone)))
+    return f"{umbrella.title()}:\n{umbrella.told(result.stderr) or result.returncode}"
+
+
+def written(umbrellas, name):
+    for number, umbrella in enumerate(umbrellas):
+        umbrella.write(DARWIN / f"{name}-{number}.cpp")
+    return umbrellas
 
 
 def is_rejected(compiler, text, reason):
@@ -78,23 +76,25 @@ def main():
     if len(sys.argv) != 4:
         sys.exit(__doc__)
     commands, toolchain, headers = (Path(path).resolve() for path in sys.argv[1:])
-    entries = json.loads(commands.read_text(encoding="utf-8"))
-    missing = unlisted(FOLDERS, {Path(entry["file"]).resolve() for entry in entries})
-    if missing or not entries:
-        sys.exit(f"No command in {commands} compiles: {' '.join(missing)}")
-    entries = [entry for entry in entries if LINUX_ALONE not in entry["file"]]
+    units = [unit for unit in units_of([commands], FOLDERS)
+             if not unit.path.is_relative_to(LINUX_ALONE)]
     compilers = [clang(toolchain, headers, processor) for processor in PROCESSORS]
     for text, reason in PLANTED:
         if not all(is_rejected(compiler, text, reason) for compiler in compilers):
             sys.exit(f"Not rejected for \"{reason}\", so this check proves nothing:\n{text}")
-    runs = [(compiler, entry) for compiler in compilers for entry in entries]
+    DARWIN.mkdir(parents=True, exist_ok=True)
+    first, *others = compilers
+    runs = [(compiler, umbrella) for compiler in others
+            for umbrella in written(gathered(units), "together")]
+    runs += [(first, umbrella) for umbrella in written([Umbrella([unit]) for unit in units], "alone")]
     with ThreadPoolExecutor(os.cpu_count()) as pool:
         failures = [text for text in pool.map(lambda run: check(*run), runs) if text]
     for text in failures:
         print(text, file=sys.stderr)
     if failures:
-        sys.exit(f"{len(failures)} of {len(runs)} compilations for a Mac failed.")
-    print(f"{len(entries)} files compile for macOS {OLDEST_MACOS}, {' and '.join(PROCESSORS)}.")
+        sys.exit(f"{len(failures)} compilations for a Mac failed.")
+    print(f"{len({unit.path for unit in units})} files compile for macOS {OLDEST_MACOS}, "
+          f"{' and '.join(PROCESSORS)}.")
 
 
 if __name__ == "__main__":

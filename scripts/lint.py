@@ -3,12 +3,9 @@
 
     lint.py [--list] COMPILE_COMMANDS...
 
-Both tools spend nearly all their time on Qt's headers, so the files are read by the dozen: of those
-whose commands agree, some are copied into one file of build/lint, which the tools read in their
-place. (Including them is not enough: clang's analyzer passes over what the file that it is given
-includes.) Where two of them use a name twice, the compiler says so first, and they are read apart. A
-file that has a command in several databases is read as the first says. A file of the project that
-no database knows is a failure, and so is one that does not compile.
+The files are read by the dozen, see umbrella.py. Where two of them use a name twice, the compiler says
+so first, and they are read apart. A file that has a command in several databases is read as the first
+says. A file of the project that no database knows is a failure, and so is one that does not compile.
 
 With --list it stops when it knows who is read with whom, and prints that.
 """
@@ -22,11 +19,10 @@ import sys
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
-from compilecommands import PROJECT, unlisted
+from umbrella import PROJECT, Umbrella, Unit, gathered, units_of
 
 LINT = PROJECT / "build/lint"
 FOLDERS = ("src", "tools", "tests", "bench", "fuzz")
-TOGETHER = 12
 
 COMPILER = "clang++-14"
 # Where a program has one user, who waits for it anyway, its start may make lists; no file of these
@@ -34,19 +30,6 @@ COMPILER = "clang++-14"
 CONSTANTS_MAY_BE_OBJECTS = "level1,no-non-pod-global-static"
 CLAZY_CHECKS = {"tests": CONSTANTS_MAY_BE_OBJECTS, "bench": CONSTANTS_MAY_BE_OBJECTS,
                 "fuzz": CONSTANTS_MAY_BE_OBJECTS}
-DROPPED_WITH_VALUE = {"-o", "-c", "-MT", "-MF"}
-# Warnings are the compiler's affair, and a sanitizer's code is nobody's finding.
-DROPPED = re.compile(r"-MD$|-W|-fsanitize|-fno-sanitize")
-# Those that all of Qt's headers see; others are a file's own.
-COMMON_MACRO = re.compile(r"QT_(?!TESTCASE_)")
-
-# What a file seems to define for itself: a function, a class, a constant. Only a hint that spares
-# time, the compiler decides.
-OWN_NAME = re.compile(r"^(?:(?:class|struct|enum class|enum|union) (\w+)"
-                      r"|(?!namespace|using)\w[\w:<>,*& ]*[ *&](\w+)(?:\(|\[| =|\{))", re.M)
-# What each program has once.
-ENTRIES = {"main": re.compile(r"\bmain\(|\b[A-Z_]+_MAIN\("),
-           "LLVMFuzzerTestOneInput": re.compile(r"\bLLVMFuzzerTestOneInput\(")}
 
 # What must be found in the second of three files, and by whom: each run sees first that it can fail.
 PLANTED = """#include <QStringList>
@@ -71,128 +54,18 @@ PLANTED_FINDINGS = (("clang-tidy", 2, "modernize-use-nullptr"),
                     ("clazy", 10, "clazy-range-loop-reference"))
 
 
-class Unit:
-    """A file as one command compiles it."""
-
-    def __init__(self, entry):
-        self.path = Path(os.path.normpath(os.path.join(entry["directory"], entry["file"])))
-        self.macros, self.folders, self.options = [], [], []
-        words = iter(shlex.split(entry["command"]))
-        for word in words:
-            if word in DROPPED_WITH_VALUE:
-                next(words)
-            elif word.startswith("-D") and not COMMON_MACRO.match(word[2:]):
-                self.macros.append(word[2:].partition("="))
-            elif word.startswith("-I"):
-                self.folders.append(word[2:])
-            elif self.options or word.startswith("-"):
-                self.options += [] if DROPPED.match(word) else [word]
-        text = self.path.read_text(encoding="utf-8")
-        self.lines = text.splitlines()
-        self.names = {name for found in OWN_NAME.findall(text) for name in found if name}
-        self.names -= ENTRIES.keys()
-        self.entries = {name for name, pattern in ENTRIES.items() if pattern.search(text)}
-
-    def key(self):
-        """The same for those that can be read together."""
-        of_project = [folder for folder in self.folders if "_autogen/" not in folder]
-        return self.top(), tuple(self.options), tuple(sorted(of_project))
-
-    def top(self):
-        return self.path.relative_to(PROJECT).parts[0]
-
-    def frame(self, renamed):
-        """The lines before and after its own, with other names for those given."""
-        macros = [(name, value or "1") for name, _, value in self.macros] + [*renamed.items()]
-        return ([f"#define {name} {value}" for name, value in macros],
-                [f"#undef {name}" for name, _ in macros])
-
-
-class Umbrella:
-    """Some files that are read as one."""
-
-    def __init__(self, units):
-        self.units = units
-        self.path = None
-        self.origins = []
-        self.trouble = ""
-
-    def takes(self, unit):
-        return (len(self.units) < TOGETHER and unit.key() == self.units[0].key()
-                and not any(unit.names & other.names or unit.path == other.path
-                            for other in self.units))
-
-    def write(self, path):
-        self.path = path
-        # An entry point keeps its name where it can: some checks look at that one.
-        owners = [name for unit in self.units for name in unit.entries]
-        shared = {name for name in owners if owners.count(name) > 1}
-        lines = []
-        self.origins = []
-        for number, unit in enumerate(self.units):
-            renamed = {name: f"{name}_{number}" for name in sorted(shared & unit.entries)}
-            before, after = unit.frame(renamed)
-            lines += [*before, *unit.lines, *after]
-            self.origins += [(unit.path, 1)] * len(before)
-            self.origins += [(unit.path, line + 1) for line in range(len(unit.lines))]
-            self.origins += [(unit.path, len(unit.lines))] * len(after)
-        path.write_text("\n".join(lines) + "\n", encoding="utf-8")
-
-    def told(self, output):
-        """A tool's output with the places where the lines come from."""
-        def origin(match):
-            path, line = self.origins[int(match.group(1)) - 1]
-            return f"{path}:{line}:"
-        return re.sub(rf"{re.escape(str(self.path))}:(\d+):", origin, output)
-
-    def command(self):
-        folders = list(dict.fromkeys(folder for unit in self.units for folder in unit.folders))
-        beside = sorted({f"-iquote{unit.path.parent}" for unit in self.units})
-        return [COMPILER, *(f"-I{folder}" for folder in folders), *beside, *self.units[0].options]
-
-    def entry(self):
-        return {"directory": str(LINT), "file": str(self.path),
-                "arguments": [*self.command(), "-c", str(self.path)]}
-
-    def title(self):
-        return " ".join(str(unit.path.relative_to(PROJECT)) for unit in self.units)
-
-
 def run(command):
     result = subprocess.run(command, cwd=PROJECT, capture_output=True, text=True, check=False)
     return result.returncode, result.stdout + result.stderr
 
 
-def units_of(databases):
-    """Every file of the project with the commands of the first database that knows it."""
-    found = {}
-    for database in databases:
-        here = {}
-        for entry in json.loads(Path(database).read_text(encoding="utf-8")):
-            path = Path(os.path.realpath(os.path.join(entry["directory"], entry["file"])))
-            if path in found or not path.is_relative_to(PROJECT) \
-                    or path.relative_to(PROJECT).parts[0] not in FOLDERS:
-                continue
-            unit = Unit(entry)
-            here.setdefault(path, {}).setdefault(tuple(unit.macros), unit)
-        found.update(here)
-    return [unit for path in sorted(found) for unit in found[path].values()]
-
-
-def gathered(units):
-    umbrellas = []
-    for unit in units:
-        place = next((umbrella for umbrella in umbrellas if umbrella.takes(unit)), None)
-        if place:
-            place.units.append(unit)
-        else:
-            umbrellas.append(Umbrella([unit]))
-    return umbrellas
+def command(umbrella):
+    return [COMPILER, *umbrella.options()]
 
 
 def compiling(umbrella):
     """Umbrellas that hold the same files and compile, but for single files that never do."""
-    code, output = run([*umbrella.command(), "-fsyntax-only", "-ferror-limit=0", str(umbrella.path)])
+    code, output = run([*command(umbrella), "-fsyntax-only", "-ferror-limit=0", str(umbrella.path)])
     output = umbrella.told(output)
     if code == 0:
         return [umbrella]
@@ -210,9 +83,9 @@ def compiling(umbrella):
     return [whole for part in parts for whole in compiling(part)]
 
 
-def findings(umbrella, command, pattern):
+def findings(umbrella, tool, pattern):
     """What a tool has against the files, a text for each finding that is one by its pattern."""
-    code, output = run([*command, "-p", str(LINT), str(umbrella.path)])
+    code, output = run([*tool, "-p", str(LINT), str(umbrella.path)])
     output = umbrella.told(output)
     head = r"/[^\n]*: (?:error|warning): "
     texts = [text.rstrip() for text in re.split(rf"^(?={head})", output, flags=re.M)]
@@ -237,7 +110,9 @@ def header_filter():
 
 
 def write_database(umbrellas):
-    entries = [umbrella.entry() for umbrella in umbrellas]
+    entries = [{"directory": str(LINT), "file": str(umbrella.path),
+                "arguments": [*command(umbrella), "-c", str(umbrella.path)]}
+               for umbrella in umbrellas]
     (LINT / "compile_commands.json").write_text(json.dumps(entries, indent=1), encoding="utf-8")
 
 
@@ -268,10 +143,7 @@ def unfound(umbrella):
 
 def prepared(databases, pool):
     """The umbrellas over all files, each known to compile."""
-    units = units_of(databases)
-    missing = unlisted(FOLDERS, {unit.path for unit in units})
-    if missing:
-        sys.exit(f"No command compiles: {' '.join(missing)}")
+    units = units_of(databases, FOLDERS)
     LINT.mkdir(parents=True, exist_ok=True)
     for old in LINT.glob("*.cpp"):
         old.unlink()
