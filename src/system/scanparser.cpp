@@ -8,12 +8,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// "Foo" for ".../Foo.app"; every ".app" in the last component goes, not only the ending.
-QString bundleName(const QString& path)
-{
-    return path.sliced(path.lastIndexOf(u'/') + 1).remove(".app"_L1);
-}
-
 /// Adds the lines up to the next empty one to @p properties.
 void readProperties(QTextStream& report, QHash<QString, QString>& properties)
 {
@@ -31,16 +25,21 @@ void readProperties(QTextStream& report, QHash<QString, QString>& properties)
 
 } // namespace
 
+QString applicationName(const QString& path)
+{
+    if (path.contains(".app/Contents/"_L1)) {
+        return {};
+    }
+    return path.sliced(path.lastIndexOf(u'/') + 1).remove(".app"_L1);
+}
+
 PropertyMap parseBundlePaths(const QByteArray& output)
 {
     PropertyMap found;
     QTextStream lines(output, QIODevice::ReadOnly);
     QString line;
     while (lines.readLineInto(&line)) {
-        if (line.contains(".app/Contents/"_L1)) {
-            continue;
-        }
-        const QString name = bundleName(line);
+        const QString name = applicationName(line);
         if (name.isEmpty()) {
             continue;
         }

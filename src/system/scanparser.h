@@ -8,6 +8,11 @@ class QByteArray;
 /// Application name to property key to value.
 using PropertyMap = QHash<QString, QHash<QString, QString>>;
 
+/// The name of the application whose bundle lies at @p path: "Foo" for ".../Foo.app", with every
+/// ".app" in the last component gone. Empty for a bundle inside another one, which is no
+/// application of its own.
+[[nodiscard]] QString applicationName(const QString& path);
+
 /// Reads bundle paths, one a line, into the "Location" of the application that a path's last
 /// component names. Those in another bundle's "Contents" folder are left out. Of several bundles of
 /// one name the first stays, unless a later one lies under "/Applications/".

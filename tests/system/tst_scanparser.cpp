@@ -61,6 +61,8 @@ class TestScanParser : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void nameOfAnApplication_data();
+    void nameOfAnApplication();
     void linesAreBundlePaths_data();
     void linesAreBundlePaths();
     void nameIsTheLastComponentWithoutApp_data();
@@ -83,6 +85,27 @@ private Q_SLOTS:
 };
 
 // Paths as `find` and `mdfind` print them
+
+void TestScanParser::nameOfAnApplication_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("name");
+
+    QTest::newRow("last component") << u"/Applications/Tools/Bar.app"_s << u"Bar"_s;
+    QTest::newRow("every .app goes") << u"/Applications/My.appliance.app"_s << u"Myliance"_s;
+    QTest::newRow("only in the last one") << u"/Applications/a.app b/Foo.app"_s << u"Foo"_s;
+    QTest::newRow("inside another bundle")
+        << u"/Applications/Foo.app/Contents/Library/Bar.app"_s << QString();
+    QTest::newRow("no folder") << u"Foo.app"_s << u"Foo"_s;
+    QTest::newRow("nothing") << QString() << QString();
+}
+
+void TestScanParser::nameOfAnApplication()
+{
+    QFETCH(QString, path);
+    QFETCH(QString, name);
+    QCOMPARE(applicationName(path), name);
+}
 
 void TestScanParser::linesAreBundlePaths_data()
 {

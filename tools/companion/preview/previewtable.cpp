@@ -1,9 +1,7 @@
 #include "companion/preview/previewtable.h"
 
-#include "profiler/applicationmatch.h"
+#include "companion/preview/rowmatch.h"
 #include "profiler/rowverdict.h"
-#include "profiler/versionorder.h"
-#include "system/nameprefix.h"
 #include "web/webprofiler.h"
 
 #include <QHash>
@@ -14,44 +12,14 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// The candidates between which a version decides that the inventory does not tell; none when the
-/// match is known.
-QStringList undecided(const QString& name, const QStringList& candidates,
-                      const Inventory& inventory)
-{
-    QStringList contenders;
-    bool isVersionMissing = false;
-    for (const QString& candidate : candidates) {
-        if (isVersionOf(name, candidate)) {
-            contenders.append(candidate);
-            isVersionMissing = isVersionMissing || !inventory.version(candidate);
-        }
-    }
-    return contenders.size() > 1 && isVersionMissing ? contenders : QStringList();
-}
-
 PreviewRow previewRow(const QString& name, const QString& catalogueVersion,
                       const Inventory& inventory)
 {
-    PreviewRow row{name, catalogueVersion, {}, QString(), {}};
-    const QStringList candidates = namesWithPrefix(inventory.names, name);
-    if (candidates.isEmpty()) {
-        row.verdict = rowVerdict(false, 0);
-        return row;
-    }
-    row.matches = undecided(name, candidates, inventory);
-    if (!row.matches.isEmpty()) {
-        row.installedVersion.reset();
-        return row;
-    }
-    const ApplicationMatch match =
-        matchApplication(name, candidates, [&inventory](const QString& candidate) {
-            return inventory.version(candidate).value_or(QString());
-        });
-    row.matches = {match.name};
-    row.installedVersion = inventory.version(match.name);
-    if (row.installedVersion) {
-        row.verdict = rowVerdict(true, compareVersions(*row.installedVersion, catalogueVersion));
+    const RowMatch match = matchRow(name, inventory);
+    const std::optional<int> order = installedOrder(match, catalogueVersion);
+    PreviewRow row{name, catalogueVersion, match.applications, match.version, {}};
+    if (!match.isInstalled() || order) {
+        row.verdict = rowVerdict(match.isInstalled(), order.value_or(0));
     }
     return row;
 }
