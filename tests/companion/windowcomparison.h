@@ -1,12 +1,12 @@
 #pragma once
 
+#include "randomcatalogues.h"
 #include "support/modalbox.h"
 #include "support/windowsetup.h"
 
 #include "companion/preview/previewtable.h"
 
 #include <QHash>
-#include <QRandomGenerator>
 
 /// A real window on a machine with random applications, fed with random catalogues, beside what
 /// `preview` says of the same catalogue and machine.
@@ -25,34 +25,23 @@ public:
     [[nodiscard]] int openRows() const { return m_openRows; }
 
 private:
-    [[nodiscard]] QString pick(const QStringList& texts);
-    [[nodiscard]] bool isOneIn(int times) { return m_random.bounded(times) == 0; }
-    [[nodiscard]] QString randomName();
-    [[nodiscard]] QString randomField(const QString& value);
-    [[nodiscard]] QByteArray randomCatalogue();
     void installRandomly();
 
     /// Whether the window has loaded @p catalogue.
     [[nodiscard]] bool load(const QByteArray& catalogue);
     [[nodiscard]] bool offersNothing(const QByteArray& catalogue) const;
-    /// The window's rows: name, installed version, catalogue's version, colour.
-    [[nodiscard]] QStringList windowRows() const;
     [[nodiscard]] QString compareWithLog(const QByteArray& catalogue, const QByteArray& log);
     [[nodiscard]] QString compareMatches(const QList<PreviewRow>& rows,
                                          const QByteArray& log) const;
     [[nodiscard]] QString compareWithForeignLog(const QByteArray& catalogue, const QByteArray& log);
     [[nodiscard]] QString compareOnce();
 
-    QRandomGenerator m_random;
-    QString m_separator;
+    RandomCatalogues m_random;
     WindowSetup m_setup;
     BoxAnswerer m_boxes{QMessageBox::Ok};
     QHash<QString, int> m_rowsByColor;
     int m_openRows = 0;
 };
 
-/// A row as windowRows() has it; a "?" for what is open.
+/// A row as shownRows() has it; a "?" for what is open.
 [[nodiscard]] QString previewedRow(const PreviewRow& row);
-
-/// For tests in which the client logs a lot: what it logs does not reach the test's output.
-void silenceClientLog();
