@@ -3,6 +3,7 @@
 #include "app/buildinfo.h"
 #include "companion/archive/archive.h"
 #include "companion/catalogue/check.h"
+#include "companion/fleet/forecast.h"
 #include "companion/log/explain.h"
 #include "companion/manual.h"
 #include "companion/preview/preview.h"
@@ -28,6 +29,8 @@ QList<Command> commands()
         {u"check"_s, u"find what is wrong with a catalogue, its installers and archives"_s,
          runCheck},
         {u"preview"_s, u"print the table that a user's window would show"_s, runPreview},
+        {u"forecast"_s, u"tell what a new catalogue will change on recorded machines"_s,
+         runForecast},
         {u"archive"_s, u"tell which item of an archive each processor's client would open"_s,
          runArchive},
         {u"explain"_s, u"name the troubles that a user's log shows"_s, runExplain},

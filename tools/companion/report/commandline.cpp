@@ -72,15 +72,20 @@ void CommandLine::addEnd(const QString& name, const QString& description)
     m_ends.append(name);
 }
 
-void CommandLine::addPlace(const QString& name, const QString& description, const QString& value)
+void CommandLine::addValue(const QString& name, const QString& description, const QString& value)
 {
     add({name, description, value});
     m_valued.append(name);
 }
 
+void CommandLine::addPlace(const QString& name, const QString& description, const QString& value)
+{
+    addValue(name, description, value);
+}
+
 void CommandLine::addNumber(const QString& name, const QString& description, const QString& value)
 {
-    addPlace(name, description, value);
+    addValue(name, description, value);
     m_numbers.append(name);
 }
 
@@ -132,7 +137,7 @@ QString CommandLine::problem() const
         return u"standard input can be read once only"_s;
     }
     for (const QString& option : m_valued) {
-        if (isSet(option) && value(option).isEmpty()) {
+        if (values(option).contains(QString())) {
             return u"--%1 is empty"_s.arg(option);
         }
     }

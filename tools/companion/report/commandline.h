@@ -47,7 +47,9 @@ public:
     void addSwitch(const QString& name, const QString& description);
     /// A switch that, as `--help`, needs no argument beside it.
     void addEnd(const QString& name, const QString& description);
-    /// An option with a value that names a file or a folder, called @p value in the help.
+    /// An option with a value, called @p value in the help, that is not empty.
+    void addValue(const QString& name, const QString& description, const QString& value);
+    /// The same, where the value names a file or a folder.
     void addPlace(const QString& name, const QString& description, const QString& value);
     /// An option with a number that is not negative, called @p value in the help.
     void addNumber(const QString& name, const QString& description, const QString& value);
@@ -64,6 +66,11 @@ public:
     [[nodiscard]] bool isSet(const QString& option) const { return m_parser.isSet(option); }
     /// The value of an option; empty, as it cannot be where the option is given, where it is not.
     [[nodiscard]] QString value(const QString& option) const { return m_parser.value(option); }
+    /// The values of an option that may be given several times.
+    [[nodiscard]] QStringList values(const QString& option) const
+    {
+        return m_parser.values(option);
+    }
     /// The number of an option of addNumber(); 0 where it is not given.
     [[nodiscard]] qsizetype number(const QString& option) const;
 
