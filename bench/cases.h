@@ -23,6 +23,7 @@ inline const QList<int> installedSizes = {200, 500, 1'000, 2'000};
 [[nodiscard]] QList<BenchmarkCase> startCases();
 [[nodiscard]] QList<BenchmarkCase> wholeCases();
 [[nodiscard]] QList<BenchmarkCase> logCases();
+[[nodiscard]] QList<BenchmarkCase> fleetCases();
 
 [[nodiscard]] QList<Workload> tableWorkloads();
 [[nodiscard]] QList<Workload> catalogueWorkloads();

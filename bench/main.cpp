@@ -36,6 +36,7 @@ QList<BenchmarkCase> allCases()
          startCases(),
          wholeCases(),
          logCases(),
+         fleetCases(),
          {{u"check"_s, catalogueCheck}, {u"check-shuffled"_s, shuffledCatalogueCheck}}});
 }
 
