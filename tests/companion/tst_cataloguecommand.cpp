@@ -74,7 +74,8 @@ void TestCatalogueCommand::explainsItself()
     const Ended help = start({u"--help"_s});
     QCOMPARE(help.status, 0);
     QVERIFY(help.out.startsWith("Usage: quillmere-catalogue COMMAND [options] ARGUMENTS...\n"));
-    for (const char* command : {"\n  check  ", "\n  preview  ", "\n  archive  ", "\n  explain  "}) {
+    for (const char* command :
+         {"\n  check  ", "\n  preview  ", "\n  forecast  ", "\n  archive  ", "\n  explain  "}) {
         QVERIFY2(help.out.contains(command), command);
     }
     QCOMPARE(help.err, QByteArray());
@@ -100,6 +101,24 @@ void TestCatalogueCommand::eachCommandExplainsItself_data()
                                   shared;
     QTest::newRow("preview") << u"preview"_s
                              << QStringList{u"--log <LOG>"_s, u"--scan"_s, u"--json"_s} + shared;
+    QTest::newRow("forecast") << u"forecast"_s
+                              << QStringList{u"--machines <PLACE>"_s,
+                                             u"--files <FOLDER>"_s,
+                                             u"--format <FORMAT>"_s,
+                                             u"--columns <TITLES>"_s,
+                                             u"--list <ENTRY>"_s,
+                                             u"--json"_s,
+                                             u"--csv"_s,
+                                             u"--anonymous"_s,
+                                             u"--key <FILE>"_s,
+                                             u"--max-older <LIMIT>"_s,
+                                             u"--max-newer <LIMIT>"_s,
+                                             u"--max-unknown <LIMIT>"_s,
+                                             u"--removes <LIMIT>"_s,
+                                             u"--sum"_s,
+                                             u"--all"_s,
+                                             u"--threads <N>"_s} +
+                                     shared;
     QTest::newRow("archive") << u"archive"_s
                              << QStringList{u"--previous <FILE>"_s, u"--strict"_s, u"--json"_s};
     QTest::newRow("explain") << u"explain"_s << QStringList{u"--anonymous"_s, u"--json"_s};
@@ -133,7 +152,7 @@ void TestCatalogueCommand::wrongUsageIsOneLine_data()
     QTest::newRow("unknown command") << QStringList{u"chekc"_s}
                                      << QByteArray("quillmere-catalogue: unknown command 'chekc' "
                                                    "(try --help)\n");
-    for (const char* command : {"check", "preview", "archive", "explain"}) {
+    for (const char* command : {"check", "preview", "forecast", "archive", "explain"}) {
         QTest::newRow(command) << QStringList{QString::fromLatin1(command), u"-x"_s, u"a"_s}
                                << QByteArray("quillmere-catalogue ") + command +
                                       ": unknown option 'x' (try --help)\n";
@@ -287,7 +306,7 @@ void TestCatalogueCommand::theManualSaysWhatHelpSays()
     QString manual = QString::fromUtf8(start({u"--manual"_s}).out);
     QVERIFY(manual.startsWith(".TH QUILLMERE-CATALOGUE 1 "_L1));
     manual.replace("\\-"_L1, "-"_L1).replace("\\e"_L1, "\\"_L1);
-    for (const char* command : {"check", "preview", "archive", "explain"}) {
+    for (const char* command : {"check", "preview", "forecast", "archive", "explain"}) {
         const QByteArray help = start({QString::fromLatin1(command), u"--help"_s}).out;
         QVERIFY2(manual.contains(QString::fromUtf8(help.trimmed())), qPrintable(manual));
     }

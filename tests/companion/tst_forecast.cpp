@@ -411,9 +411,12 @@ void TestForecast::wrongUsageIsOneLine_data()
     row("no published catalogue", {u"NEW"_s, u"--machines"_s, u"FLEET"_s},
         u"--published is missing (try --help)"_s);
     row("no machines", rest.first(3), u"--machines is missing (try --help)"_s);
-    row("format", rest + QStringList{u"--format"_s, u"x"_s}, u"unknown format 'x' (try --help)"_s);
+    row("format", rest + QStringList{u"--format"_s, u"x"_s},
+        u"--format 'x' is unknown (try --help)"_s);
     row("columns", rest + QStringList{u"--columns"_s, u"machine=a,path=b"_s},
         u"--columns 'machine=a,path=b' does not name machine, path or name, and version"_s);
+    row("list and JSON", rest + QStringList{u"--list"_s, u"Synth"_s, u"--json"_s},
+        u"--list goes with neither --json nor --csv (try --help)"_s);
     row("threads", rest + QStringList{u"--threads"_s, u"0"_s},
         u"--threads '0' is no number of threads"_s);
 }

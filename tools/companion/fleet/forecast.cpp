@@ -2,6 +2,9 @@
 
 #include "companion/fleet/forecastjson.h"
 #include "companion/fleet/forecastoptions.h"
+#include "companion/fleet/forecastpage.h"
+#include "companion/fleet/forecastreport.h"
+#include "companion/fleet/forecastwords.h"
 #include "companion/fleet/forecastprogress.h"
 #include "companion/fleet/orderedoutput.h"
 #include "companion/report/commandline.h"
@@ -9,6 +12,7 @@
 #include "companion/report/texttable.h"
 
 #include <QJsonDocument>
+#include <QSaveFile>
 #include <QTextStream>
 
 using namespace Qt::Literals::StringLiterals;
@@ -169,6 +173,23 @@ std::optional<FleetForecast> judge(const CatalogueChange& change, const Forecast
     return forecast;
 }
 
+/// Writes the page that was asked for; false, with the reason told, when that fails.
+bool writePage(const FleetForecast& forecast, const QString& place, const CommandLine& line,
+               QTextStream& err)
+{
+    QSaveFile file(place);
+    if (file.open(QIODevice::WriteOnly)) {
+        QTextStream out(&file);
+        writeForecastPage(forecast, out);
+        out.flush();
+        if (file.commit()) {
+            return true;
+        }
+    }
+    line.fail(u"%1: cannot be written: %2"_s.arg(place, file.errorString()), err);
+    return false;
+}
+
 /// Says what was found and returns the command's status.
 int report(const FleetForecast& forecast, const ForecastOptions& options, const CommandLine& line,
            QTextStream& out, QTextStream& err)
@@ -187,6 +208,9 @@ int report(const FleetForecast& forecast, const ForecastOptions& options, const 
     case ForecastOptions::Text:
         writeForecast(forecast, out);
         break;
+    }
+    if (!options.page.isEmpty() && !writePage(forecast, options.page, line, err)) {
+        return Unusable;
     }
     const QStringList passed = passedLimits(options.limits, forecast.entries, tally);
     for (const QString& limit : passed) {

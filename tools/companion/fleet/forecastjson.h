@@ -1,7 +1,6 @@
 #pragma once
 
-#include "companion/fleet/aftermath.h"
-#include "companion/fleet/forecastreport.h"
+#include "companion/fleet/fleetforecast.h"
 
 #include <QJsonObject>
 

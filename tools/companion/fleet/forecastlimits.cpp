@@ -1,6 +1,7 @@
 #include "companion/fleet/forecastlimits.h"
 
-#include "companion/fleet/forecastreport.h"
+#include "companion/fleet/fleetforecast.h"
+#include "companion/fleet/forecastwords.h"
 
 #include <algorithm>
 

@@ -16,6 +16,7 @@ const QString formatName = u"format"_s;
 const QString columnsName = u"columns"_s;
 const QString listName = u"list"_s;
 const QString csvName = u"csv"_s;
+const QString htmlName = u"html"_s;
 const QString anonymousName = u"anonymous"_s;
 const QString keyName = u"key"_s;
 const QString maxOlderName = u"max-older"_s;
@@ -103,6 +104,9 @@ QString missing(const ForecastOptions& options)
     if (!options.parts.isEmpty()) {
         return {};
     }
+    if (!options.listed.isEmpty() && options.output != ForecastOptions::Text) {
+        return u"--list goes with neither --json nor --csv (try --help)"_s;
+    }
     if (options.published.isEmpty()) {
         return u"--published is missing (try --help)"_s;
     }
@@ -137,6 +141,7 @@ void describeForecast(CommandLine& line)
                   u"TITLES"_s);
     line.addValue(listName, u"Name the machines that the row <ENTRY> changes on."_s, u"ENTRY"_s);
     line.addSwitch(csvName, u"Write CSV."_s);
+    line.addPlace(htmlName, u"Write also a page to look at into <FILE>."_s, u"FILE"_s);
     line.addSwitch(anonymousName, u"Replace the machines' names by hashes."_s);
     line.addPlace(keyName, u"The hashes' key: the same <FILE> gives the same hashes again."_s,
                   u"FILE"_s);
@@ -171,6 +176,7 @@ std::optional<ForecastOptions> readForecastOptions(const CommandLine& line, QTex
     options.judgesAll = line.isSet(allName);
     options.listed = line.values(listName);
     options.output = outputOf(line);
+    options.page = line.value(htmlName);
     ValueReader values(line);
     options.format = values.format();
     options.columns = values.columns();

@@ -29,6 +29,7 @@ struct ForecastOptions
     int threads = 1;
     bool judgesAll = false;
     Output output = Text;
+    QString page;       ///< the file to write as a web page; empty for none
     QStringList listed; ///< entries whose machines are named
     MachineAlias alias;
     ForecastLimits limits;

@@ -1,30 +1,13 @@
 #pragma once
 
-#include "companion/fleet/aftermath.h"
-#include "companion/fleet/cataloguechange.h"
-#include "companion/fleet/tally.h"
+#include "companion/fleet/fleetforecast.h"
 
 class QTextStream;
 
-/// All that a forecast has found.
-struct FleetForecast
-{
-    QList<EntryChange> entries;
-    QList<EntryFile> files; ///< of the entries, in their order; empty when they were not looked at
-    Tally tally;
-    Aftermath aftermath;
-};
+/// "10,000 machines, 812 touched; 20 entries differ"
+[[nodiscard]] QString forecastHeadline(const FleetForecast& forecast);
 
-/// A number for people: "10,000".
-[[nodiscard]] QString grouped(quint64 number);
-
-/// In words why machines or rows are unknown.
-[[nodiscard]] QString refusalText(Refusal reason);
-[[nodiscard]] QString gapText(Gap gap);
-/// What @p grade means for the inventories that have it; empty for exact ones.
-[[nodiscard]] QString gradeText(Grade grade);
-
-/// The same as CSV, a line for each entry and each pair of what its row shows before and after.
+/// Writes CSV, a line for each entry and each pair of what its row shows before and after.
 void writeForecastTable(const QList<EntryChange>& entries, const Tally& tally, QTextStream& out);
 
 /// Writes what changes for people to read.
