@@ -3,6 +3,7 @@
 #include "commandrun.h"
 #include "fleetsample.h"
 #include "randomcatalogues.h"
+#include "recordedforms.h"
 
 #include <QTest>
 
@@ -165,6 +166,9 @@ private Q_SLOTS:
     void cutFileIsDamaged_data();
     void cutFileIsDamaged();
     void newestOfPagedComputersCounts();
+    void everyCutIsNoticed_data();
+    void everyCutIsNoticed();
+    void tableThatEndsWithinARowIsDamaged();
     void cutPageCostsItsLastComputer();
     void formatCanBeTold();
     void addressesOfPeopleAreNeverWritten();
@@ -279,6 +283,62 @@ void TestForecastFormats::newestOfPagedComputersCounts()
              "2 machines, 2 touched; 2 entries differ"_s);
 }
 
+void TestForecastFormats::everyCutIsNoticed_data()
+{
+    QTest::addColumn<QByteArray>("content");
+
+    // A table can be cut such that nobody can tell, and so can what is told line by line.
+    const QStringList open = {u"csv"_s, u"intune"_s, u"changes"_s};
+    for (const RecordedForm& form :
+         recordedForms(u"mac"_s, {{u"/Applications/Synth.app"_s, u"1.0"_s, u"org.example"_s},
+                                  {u"/Applications/Schist.app"_s, u"2"_s, u"org.example"_s}})) {
+        if (!open.contains(form.name)) {
+            QTest::newRow(qPrintable(form.name)) << form.content;
+        }
+    }
+}
+
+void TestForecastFormats::everyCutIsNoticed()
+{
+    QFETCH(QByteArray, content);
+    const QString good =
+        m_fleet->write(u"good.log"_s, FleetSample::snapshot(u"good"_s, {u"Synth 1.0"_s}));
+    const QStringList places = {u"--machines"_s, good, u"--machines"_s,
+                                m_fleet->write(u"mac.txt"_s, content)};
+    QCOMPARE(forecast(places).out.section(u',', 0, 0), u"2 machines"_s);
+    // As much as the format is known by; less is no inventory.
+    const qsizetype known = content.indexOf("Synth.app");
+    for (qsizetype size = content.trimmed().size() - 1; size > known; size -= 13) {
+        m_fleet->write(u"mac.txt"_s, content.first(size));
+        const CommandRun run = forecast(places);
+        if (!run.err.contains(u"no inventory of a known format"_s)) {
+            // Of a page that is cut behind its last machine the page is told.
+            const bool isOfPage = run.err.contains("mac.txt: "_L1);
+            QCOMPARE(run.out.section(u',', 0, 0), isOfPage ? u"2 machines"_s : u"1 machine"_s);
+            QVERIFY2(run.err.contains(u"mac"_s) && run.err.endsWith(u": the record is damaged\n"_s),
+                     qUtf8Printable(run.err));
+        }
+    }
+}
+
+void TestForecastFormats::tableThatEndsWithinARowIsDamaged()
+{
+    const QByteArray table = "Mac,Path,Version\n"
+                             "a,/Applications/Synth.app,1.0\n"
+                             "b,/Applications/Synth.app,1.0\n"
+                             "b,/Applications/Sch";
+    const QStringList options = {u"--columns"_s, u"machine=Mac,path=Path,version=Version"_s,
+                                 u"--machines"_s, m_fleet->write(u"fleet.csv"_s, table)};
+    const CommandRun run = forecast(options);
+    QCOMPARE(run.out.section(u';', 0, 0), u"1 machine, 1 touched"_s);
+    QCOMPARE(run.err, u"b: the record is damaged\n"_s);
+    const QString place = m_fleet->write(u"fleet.csv"_s, table.first(24));
+    QCOMPARE(forecast(options).err, place + ": the record is damaged\n"_L1);
+    m_fleet->write(u"fleet.csv"_s, "Mac,Version\n");
+    QCOMPARE(forecast(options).err,
+             u"quillmere-catalogue forecast: %1: no column 'Path'\n"_s.arg(place));
+}
+
 void TestForecastFormats::cutPageCostsItsLastComputer()
 {
     const QByteArray page = R"({"totalCount":2,"results":[)" +
@@ -287,7 +347,7 @@ void TestForecastFormats::cutPageCostsItsLastComputer()
     const QString place = m_fleet->write(u"page.json"_s, page.chopped(20));
     const CommandRun run = forecast({u"--machines"_s, place});
     QCOMPARE(run.out.section(u';', 0, 0), u"1 machine, 1 touched"_s);
-    QCOMPARE(run.err, place + ": the record is damaged\n"_L1);
+    QCOMPARE(run.err, u"b: the record is damaged\n"_s);
 }
 
 void TestForecastFormats::formatCanBeTold()
@@ -305,7 +365,8 @@ void TestForecastFormats::addressesOfPeopleAreNeverWritten()
 {
     m_fleet->write(u"fleet/a.csv"_s, intune);
     m_fleet->write(u"fleet/b.json"_s, jamfExact);
-    m_fleet->write(u"fleet/c.csv"_s, intune.chopped(3) + "\"");
+    m_fleet->write(u"fleet/c.csv"_s,
+                   QByteArray(intune).replace(",mac,", ",other,").chopped(3) + "\"");
     for (const QString& output : {u"--json"_s, u"--csv"_s, u"--list=Synth"_s}) {
         const CommandRun run = forecast({u"--machines"_s, m_fleet->path() + "/fleet"_L1, output});
         QVERIFY(run.out.contains(u"Synth"_s));

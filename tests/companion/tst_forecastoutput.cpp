@@ -4,10 +4,13 @@
 #include "companion/fleet/forecastprogress.h"
 #include "fleetsample.h"
 #include "randomcatalogues.h"
+#include "recordedforms.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRandomGenerator>
+#include <QRegularExpression>
 #include <QTest>
 
 using namespace Qt::Literals::StringLiterals;
@@ -40,15 +43,22 @@ private Q_SLOTS:
     void listNamesTheMachines();
     void partsAddUpToTheWhole_data();
     void partsAddUpToTheWhole();
+    void anyPartsAddUpToTheWhole();
+    void numberOfThreadsChangesNoLine();
     void partsOfOtherCataloguesAreRefused();
     void limitsDecideTheStatus_data();
     void limitsDecideTheStatus();
+    void anonymousNamesNobody_data();
     void anonymousNamesNobody();
+    void anonymousErrorsNameNobody_data();
+    void anonymousErrorsNameNobody();
     void keyGivesTheSameHashesAgain();
     void progressTellsWhatIsLeft_data();
     void progressTellsWhatIsLeft();
 
 private:
+    /// Fills the fleet with @p machines random machines, some of them damaged.
+    void makeRandomFleet(quint32 seed, int machines);
     [[nodiscard]] CommandRun forecast(const QStringList& options) const;
 
     std::unique_ptr<FleetSample> m_fleet;
@@ -158,6 +168,67 @@ void TestForecastOutput::partsAddUpToTheWhole()
     QCOMPARE(lastLine(run(runForecast, arguments + QStringList{u"--json"_s}).out), summary);
 }
 
+void TestForecastOutput::makeRandomFleet(quint32 seed, int machines)
+{
+    QRandomGenerator random(seed);
+    const QStringList names = {u"Synth"_s,        u"Synth Pro"_s, u"Schist"_s,  u"Gneiss"_s,
+                               u"Music/Gneiss"_s, u"Basaltine"_s, u"Granite"_s, u"Synth 2"_s};
+    const QStringList versions = {u"0.5"_s, u"1.0"_s, u"2"_s, u"3"_s, u"5"_s, u"x"_s};
+    m_lines.clear();
+    for (int machine = 0; machine < machines; ++machine) {
+        QStringList installed;
+        for (const QString& name : names) {
+            if (random.bounded(2) == 0) {
+                installed.append(name + u' ' + versions[random.bounded(int(versions.size()))]);
+            }
+        }
+        const QByteArray line = FleetSample::snapshot(u"mac%1"_s.arg(machine), installed, 1'000);
+        m_lines.append(random.bounded(20) == 0 ? line.first(line.size() / 2) + '\n' : line);
+    }
+    m_place = m_fleet->write(u"fleet.log"_s, m_lines.join());
+}
+
+void TestForecastOutput::anyPartsAddUpToTheWhole()
+{
+    for (quint32 seed = 1; seed <= 5; ++seed) {
+        makeRandomFleet(seed, 60);
+        const CommandRun whole = forecast({});
+        const QJsonObject summary = lastLine(forecast({u"--json"_s}).out);
+        QRandomGenerator random(seed);
+        QByteArrayList parts(random.bounded(1, 9));
+        for (const QByteArray& line : std::as_const(m_lines)) {
+            parts[random.bounded(int(parts.size()))] += line;
+        }
+        parts.removeAll(QByteArray());
+        QStringList sum = {u"forecast"_s, u"--sum"_s};
+        for (const QByteArray& part : std::as_const(parts)) {
+            m_place = m_fleet->write(u"part.log"_s, part);
+            const CommandRun run = forecast({u"--json"_s, u"--format"_s, u"osquery-lines"_s});
+            // Whether all that was written or its last line is kept makes no difference.
+            sum.append(m_fleet->write(
+                u"%1.json"_s.arg(sum.size()),
+                (random.bounded(2) == 0 ? run.out : lines(run.out).last()).toUtf8()));
+        }
+        QVERIFY2(summary[u"summary"_s][u"touched"_s].toInt() > 30, qUtf8Printable(whole.out));
+        QCOMPARE(run(runForecast, sum).out, whole.out);
+        QCOMPARE(lastLine(run(runForecast, sum + QStringList{u"--json"_s}).out), summary);
+    }
+}
+
+void TestForecastOutput::numberOfThreadsChangesNoLine()
+{
+    makeRandomFleet(77, 3'000);
+    for (const QStringList& options :
+         {QStringList{u"--json"_s}, QStringList{u"--list"_s, u"Synth"_s},
+          QStringList{u"--csv"_s}}) {
+        const CommandRun one = forecast(options + QStringList{u"--threads"_s, u"1"_s});
+        QVERIFY2(one.err.contains(u"the record is damaged"_s), qUtf8Printable(one.err));
+        for (const QString& threads : {u"2"_s, u"8"_s}) {
+            QCOMPARE(forecast(options + QStringList{u"--threads"_s, threads}), one);
+        }
+    }
+}
+
 void TestForecastOutput::partsOfOtherCataloguesAreRefused()
 {
     const QString first = m_fleet->write(u"1.json"_s, forecast({u"--json"_s}).out.toUtf8());
@@ -208,22 +279,85 @@ void TestForecastOutput::limitsDecideTheStatus()
     QCOMPARE(run.status, passed.isEmpty() ? 0 : 1);
 }
 
+void TestForecastOutput::anonymousNamesNobody_data()
+{
+    QTest::addColumn<QByteArray>("content");
+
+    const QList<RecordedApplication> installed = {
+        {u"/Applications/Synth.app"_s, u"1.0"_s, u"org.example.synth"_s},
+        {u"/Applications/Schist.app"_s, u"2"_s, u"org.example.schist"_s},
+        {u"/Users/olga77/Applications/Synth.app"_s, u"7"_s, u"org.example.synth"_s}};
+    for (const RecordedForm& form : recordedForms(u"olga-mac"_s, installed)) {
+        QTest::newRow(qPrintable(form.name)) << form.content;
+        QTest::addRow("%s, cut", qPrintable(form.name))
+            << form.content.first(form.content.size() * 3 / 4);
+    }
+    QTest::newRow("log") << QByteArray(
+        "2026-09-21T14:05:01 [INFO] Quillmere START\n"
+        "2026-09-21T14:05:01 [INFO] SysProfiler [find] — 1 apps found\n"
+        "2026-09-21T14:05:01 [INFO]   + Synth (/Users/olga77/Synth.app)\n"
+        "2026-09-21T14:05:02 [INFO] Profiler - 'Synth' → matched 'Synth' v1.0\n");
+    QTest::newRow("no inventory") << QByteArray("Olga Owner's notes\n");
+}
+
 void TestForecastOutput::anonymousNamesNobody()
 {
-    m_fleet->write(u"folder/dora-mac.log"_s, "2026-09-21T14:05:01 [INFO] Quillmere START\n");
-    m_fleet->write(u"folder/emil-mac.json"_s, "[{\"path\":\"/\",\"bundle_short_version\":\"1\"}]");
+    QFETCH(QByteArray, content);
+    m_fleet->write(u"folder/olga-mac/ApplicationInventory.plist"_s, content);
+    m_fleet->write(u"folder/olga-mac.txt"_s, content);
     m_fleet->write(u"folder/fleet.log"_s, m_lines.join());
-    m_fleet->write(u"folder/gina-mac.txt"_s, "No inventory.\n");
     m_place = m_fleet->path() + "/folder"_L1;
-    for (const QStringList& options :
-         {QStringList{u"--json"_s}, QStringList{u"--list"_s, u"Schist"_s}}) {
-        const CommandRun named = forecast(options);
-        const CommandRun run = forecast(options + QStringList{u"--anonymous"_s});
-        QVERIFY(named.out.contains(u"-mac"_s) && named.err.contains(u"-mac"_s));
-        QVERIFY2(!run.out.contains(u"-mac"_s), qUtf8Printable(run.out));
-        QVERIFY2(!run.err.contains(u"-mac"_s), qUtf8Printable(run.err));
+    const QString page = m_fleet->path() + "/page.html"_L1;
+    const QStringList always = {u"--columns"_s, recordedColumns(), u"--html"_s, page};
+    bool wasNamed = false;
+    for (const QStringList& output :
+         {QStringList{u"--json"_s}, QStringList{u"--csv"_s}, QStringList(),
+          QStringList{u"--list"_s, u"Synth"_s, u"--list"_s, u"Schist"_s, u"--list"_s, u"Gneiss"_s},
+          QStringList{u"--max-older"_s, u"0"_s}}) {
+        const CommandRun named = forecast(always + output);
+        wasNamed = wasNamed || (named.out + named.err).contains(u"olga-mac"_s);
+        const CommandRun run = forecast(always + output + QStringList{u"--anonymous"_s});
+        QFile file(page);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QString all = run.out + run.err + QString::fromUtf8(file.readAll());
+        for (const QString& text : personalTexts() + QStringList{u"-mac"_s, u"olga"_s}) {
+            QVERIFY2(!all.contains(text, Qt::CaseInsensitive), qUtf8Printable(all));
+        }
+        for (const QString& text : personalTexts()) {
+            QVERIFY2(!(named.out + named.err).contains(text), qUtf8Printable(named.out));
+        }
         QCOMPARE(lines(run.out).size(), lines(named.out).size());
+        QCOMPARE(run.status, named.status);
     }
+    QVERIFY(wasNamed);
+}
+
+void TestForecastOutput::anonymousErrorsNameNobody_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("reason");
+
+    QTest::newRow("no inventory") << QByteArray("{}\n") << u"no inventory of a known format"_s;
+    QTest::newRow("another table") << QByteArray("Device,Path\n") << u"no column 'Version'"_s;
+    QTest::newRow("nothing there") << QByteArray() << u"No such file or directory"_s;
+}
+
+void TestForecastOutput::anonymousErrorsNameNobody()
+{
+    QFETCH(QByteArray, content);
+    QFETCH(QString, reason);
+    m_place = m_fleet->path() + "/olga-mac.csv"_L1;
+    if (!content.isEmpty()) {
+        m_fleet->write(u"olga-mac.csv"_s, content);
+    }
+    const QStringList columns = {u"--columns"_s, recordedColumns()};
+    QCOMPARE(forecast(columns).err,
+             u"quillmere-catalogue forecast: %1: %2\n"_s.arg(m_place, reason));
+    const CommandRun run = forecast(columns + QStringList{u"--anonymous"_s});
+    static const QRegularExpression expected(u"^quillmere-catalogue forecast: [0-9a-f]{16}: "_s);
+    QVERIFY2(expected.match(run.err).hasMatch() && run.err.endsWith(reason + u'\n'),
+             qUtf8Printable(run.err));
+    QCOMPARE(run.status, 2);
 }
 
 void TestForecastOutput::keyGivesTheSameHashesAgain()

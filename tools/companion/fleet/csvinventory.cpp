@@ -40,6 +40,7 @@ CsvInventory::CsvInventory(QIODevice& device, const CsvColumns& columns)
     if (titles.constFirst().startsWith("\xEF\xBB\xBF")) {
         titles.front().remove(0, 3);
     }
+    m_titles = titles.size();
     const auto place = [this, &titles](const QString& title) {
         const qsizetype found = title.isEmpty() ? -1 : titles.indexOf(title.toUtf8());
         if (found < 0 && !title.isEmpty()) {
@@ -55,17 +56,13 @@ CsvInventory::CsvInventory(QIODevice& device, const CsvColumns& columns)
     m_platform = place(columns.platform);
 }
 
-QString CsvInventory::error() const
-{
-    if (!m_missing.isEmpty()) {
-        return u"no column '%1'"_s.arg(m_missing);
-    }
-    return m_reader.isCutShort() ? u"ends within quotes"_s : QString();
-}
-
 bool CsvInventory::next()
 {
     while (m_missing.isEmpty() && m_reader.next()) {
+        if (!m_reader.hasLineEnd() && m_reader.fields().size() < m_titles) {
+            m_isCutShort = true;
+            return false;
+        }
         if (m_platform < 0 || field(m_platform).contains("mac"_L1, Qt::CaseInsensitive)) {
             return true;
         }

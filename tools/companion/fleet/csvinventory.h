@@ -35,8 +35,10 @@ public:
     /// Reads the header. @p device must outlive this.
     CsvInventory(QIODevice& device, const CsvColumns& columns);
 
-    /// Why the table cannot be read, or not to its end; empty when it can.
-    [[nodiscard]] QString error() const;
+    /// The title of a column that the table lacks; empty when it has all.
+    [[nodiscard]] const QString& missingColumn() const { return m_missing; }
+    /// Whether the table ends within a row.
+    [[nodiscard]] bool isCutShort() const { return m_isCutShort || m_reader.isCutShort(); }
 
     /// Goes to the next row that is about a Mac.
     [[nodiscard]] bool next();
@@ -54,5 +56,7 @@ private:
     qsizetype m_version = -1;
     qsizetype m_identifier = -1;
     qsizetype m_platform = -1;
-    QString m_missing; ///< title
+    qsizetype m_titles = 0;
+    bool m_isCutShort = false; ///< in the last row
+    QString m_missing;         ///< title
 };

@@ -32,6 +32,7 @@ bool CsvReader::next()
         if (quotes % 2 != 0) {
             continue; // the line ends within quotes
         }
+        m_hasLineEnd = record.endsWith('\n');
         removeLineEnd(record);
         if (!record.isEmpty()) {
             split(record);

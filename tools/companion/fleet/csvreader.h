@@ -18,6 +18,8 @@ public:
     [[nodiscard]] bool next();
     [[nodiscard]] const QByteArrayList& fields() const { return m_fields; }
     [[nodiscard]] bool isCutShort() const { return m_isCutShort; }
+    /// Whether the record has a line end; only the last one may have none.
+    [[nodiscard]] bool hasLineEnd() const { return m_hasLineEnd; }
 
 private:
     void split(const QByteArray& record);
@@ -26,6 +28,7 @@ private:
     char m_separator;
     QByteArrayList m_fields;
     bool m_isCutShort = false;
+    bool m_hasLineEnd = false;
 };
 
 /// The separator that divides a table's @p header: a comma, a semicolon or a tab, whichever is most

@@ -2,6 +2,7 @@
 
 #include "app/buildinfo.h"
 
+#include <QBuffer>
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
@@ -23,7 +24,22 @@ struct Recognition
     QString error;
 };
 
-Recognition recognise(const QString& path, bool areColumnsTold)
+/// What the table that begins with @p head lacks of @p columns; empty when it is one of them.
+QString tableProblem(const QByteArray& head, const CsvColumns& columns)
+{
+    QBuffer table;
+    table.setData(head);
+    table.open(QIODevice::ReadOnly);
+    const QString missing = CsvInventory(table, columns).missingColumn();
+    return missing.isEmpty() ? QString() : u"no column '%1'"_s.arg(missing);
+}
+
+bool isNoTable(const QByteArray& text)
+{
+    return text.startsWith('{') || text.startsWith('[') || text.startsWith('<');
+}
+
+Recognition recognise(const QString& path, const CsvColumns& columns)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
@@ -34,15 +50,20 @@ Recognition recognise(const QString& path, bool areColumnsTold)
         return {std::nullopt,
                 u"a binary property list; write it as XML by `plutil -convert xml1`"_s};
     }
-    return {recognisedFormat(head, areColumnsTold), u"no inventory of a known format"_s};
+    const std::optional<InventoryFormat> format = recognisedFormat(head);
+    if (format || !columns.isUsable() || isNoTable(head.trimmed())) {
+        return {format, u"no inventory of a known format"_s};
+    }
+    const QString problem = tableProblem(head, columns);
+    return {problem.isEmpty() ? std::optional(InventoryFormat::Csv) : std::nullopt, problem};
 }
 
 class Search
 {
 public:
-    Search(std::optional<InventoryFormat> format, bool areColumnsTold)
+    Search(std::optional<InventoryFormat> format, const CsvColumns& columns)
         : m_format(format)
-        , m_areColumnsTold(areColumnsTold)
+        , m_columns(columns)
     {}
 
     void addPlace(const QString& place)
@@ -62,8 +83,8 @@ public:
 private:
     void setError(const QString& place, const QString& error)
     {
-        if (found.error.isEmpty()) {
-            found.error = place + ": "_L1 + error;
+        if (found.error.reason.isEmpty()) {
+            found.error = {place, error};
         }
     }
 
@@ -71,8 +92,8 @@ private:
     {
         // Nothing can be looked at twice there, so it is what it is mostly: the lines of a log.
         found.files.append({u"-"_s,
-                            m_format.value_or(m_areColumnsTold ? InventoryFormat::Csv
-                                                               : InventoryFormat::OsqueryLines),
+                            m_format.value_or(m_columns.isUsable() ? InventoryFormat::Csv
+                                                                   : InventoryFormat::OsqueryLines),
                             0, 0});
     }
 
@@ -93,7 +114,7 @@ private:
 
     QString addFile(const QFileInfo& info)
     {
-        const Recognition recognition = recognise(info.filePath(), m_areColumnsTold);
+        const Recognition recognition = recognise(info.filePath(), m_columns);
         const std::optional<InventoryFormat> format = m_format ? m_format : recognition.format;
         if (!format) {
             return recognition.error;
@@ -104,7 +125,7 @@ private:
     }
 
     std::optional<InventoryFormat> m_format;
-    bool m_areColumnsTold;
+    const CsvColumns& m_columns;
 };
 
 } // namespace
@@ -133,9 +154,9 @@ bool FleetFile::open(QFile& file) const
 }
 
 FleetFiles findFleetFiles(const QStringList& places, std::optional<InventoryFormat> format,
-                          bool areColumnsTold)
+                          const CsvColumns& columns)
 {
-    Search search(format, areColumnsTold);
+    Search search(format, columns);
     for (const QString& place : places) {
         search.addPlace(place);
     }

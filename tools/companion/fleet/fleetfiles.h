@@ -1,5 +1,6 @@
 #pragma once
 
+#include "companion/fleet/csvinventory.h"
 #include "companion/fleet/inventoryformat.h"
 
 #include <QStringList>
@@ -22,23 +23,24 @@ struct FleetFile
     [[nodiscard]] bool open(QFile& file) const;
 };
 
-/// What lay in a folder and is no inventory.
+/// A file that cannot be read, or is no inventory.
 struct RefusedFile
 {
     QString path;
-    QString reason;
+    QString reason; ///< empty when all is well
 };
 
 /// The files that a forecast reads.
 struct FleetFiles
 {
     QList<FleetFile> files;
-    QList<RefusedFile> refused;
-    QString error; ///< why nothing can be read; empty when all is well
+    QList<RefusedFile> refused; ///< that lay in a folder
+    RefusedFile error;          ///< why nothing can be read
 };
 
 /// Looks for inventories at @p places: files, folders with all that is below them but hidden ones,
 /// or "-". What is named itself must be one; what lies in a folder may not. @p format overrules
-/// what the files' content tells.
+/// what the files' content tells; a file with all of @p columns, if they are usable, is a table.
 [[nodiscard]] FleetFiles findFleetFiles(const QStringList& places,
-                                        std::optional<InventoryFormat> format, bool areColumnsTold);
+                                        std::optional<InventoryFormat> format,
+                                        const CsvColumns& columns);

@@ -15,9 +15,10 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-QString severalRecords()
+RefusedFile severalRecords()
 {
-    return u"-: several records of one machine; write them into a file, which can be read twice"_s;
+    return {u"-"_s,
+            u"several records of one machine; write them into a file, which can be read twice"_s};
 }
 
 using LineTaker = std::function<void(QByteArrayView line, qint64 offset)>;
@@ -36,6 +37,11 @@ void forEachLine(const Piece& piece, const LineTaker& take)
     }
 }
 
+RefusedFile missingColumn(const FleetFile& file, const CsvInventory& table)
+{
+    return {file.path, u"no column '%1'"_s.arg(table.missingColumn())};
+}
+
 bool isTable(const FleetFile& file)
 {
     return file.format == InventoryFormat::Csv || file.format == InventoryFormat::IntuneCsv;
@@ -48,8 +54,8 @@ struct Shared
     const CsvColumns& columns;
     RecordIndex& index;
     ChangeHistory history;
-    QString error; ///< the first that makes the whole reading useless
-    QMutex mutex;  ///< of all of these but the first two
+    RefusedFile error; ///< the first that makes the whole reading useless
+    QMutex mutex;      ///< of all of these but the first two
 
     Shared(const QList<FleetFile>& fleetFiles, const CsvColumns& csvColumns,
            RecordIndex& recordIndex)
@@ -73,11 +79,11 @@ struct Shared
         return line;
     }
 
-    void setError(const QString& text)
+    void setError(const RefusedFile& first)
     {
         const QMutexLocker locker(&mutex);
-        if (error.isEmpty()) {
-            error = text;
+        if (error.reason.isEmpty()) {
+            error = first;
         }
     }
 };
@@ -141,8 +147,8 @@ private:
             return; // the reading tells
         }
         CsvInventory table(device, m_shared.columnsOf(file));
-        if (!table.error().isEmpty()) {
-            m_shared.setError(file.path + ": "_L1 + table.error());
+        if (!table.missingColumn().isEmpty()) {
+            m_shared.setError(missingColumn(file, table));
         }
         QString last;
         while (table.next()) {
@@ -239,7 +245,10 @@ private:
             takeInventory(file, found.inventories[i], {number, i});
         }
         if (!found.isWhole) {
-            m_visitor.takeRefusal(isOfOneMachine(file.format) ? file.machine() : file.path,
+            const QString& machine = found.damagedMachine;
+            m_visitor.takeRefusal(isOfOneMachine(file.format) ? file.machine()
+                                  : machine.isEmpty()         ? file.path
+                                                              : machine,
                                   Refusal::Damaged);
         }
     }
@@ -289,12 +298,11 @@ void RecordReader::takeTable(const FleetFile& file, int number)
             rows.append(row);
         }
     }
-    if (const QString error = table.error(); !isBlock && !error.isEmpty()) {
-        m_shared.setError(file.path + ": "_L1 + error);
+    if (!table.missingColumn().isEmpty()) {
+        m_shared.setError(missingColumn(file, table));
         return;
     }
-    const bool isWhole = table.error().isEmpty();
-    if (isBlock && isWhole) {
+    if (isBlock && !table.isCutShort()) {
         takeBlock(file, number, machine, rows, scattered);
     } else {
         scattered.remove(machine);
@@ -303,7 +311,7 @@ void RecordReader::takeTable(const FleetFile& file, int number)
         m_visitor.takeMachine(
             {entry.key(), m_shared.columnsOf(file).grade(), installedOf(entry.value())});
     }
-    if (!isWhole) {
+    if (table.isCutShort()) {
         m_visitor.takeRefusal(isBlock ? machine : file.path, Refusal::Damaged);
     }
 }
@@ -358,8 +366,8 @@ bool FleetReader::index()
             noteRead(*piece);
         }
     });
-    m_error = source.error().isEmpty() ? shared.error : source.error();
-    return m_error.isEmpty();
+    m_error = source.error().reason.isEmpty() ? shared.error : source.error();
+    return m_error.reason.isEmpty();
 }
 
 bool FleetReader::read(const NameFilter& filter,
@@ -380,12 +388,12 @@ bool FleetReader::read(const NameFilter& filter,
             ++pieces;
         }
     });
-    m_error = source.error().isEmpty() ? shared.error : source.error();
-    if (m_error.isEmpty()) {
+    m_error = source.error().reason.isEmpty() ? shared.error : source.error();
+    if (m_error.reason.isEmpty()) {
         replay(shared.history, *visitors.front());
         visitors.front()->endPiece(pieces);
     }
-    return m_error.isEmpty();
+    return m_error.reason.isEmpty();
 }
 
 void FleetReader::replay(const ChangeHistory& history, InventoryVisitor& visitor)

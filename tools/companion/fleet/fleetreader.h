@@ -57,7 +57,7 @@ public:
     [[nodiscard]] bool read(const NameFilter& filter,
                             const std::function<std::unique_ptr<InventoryVisitor>()>& makeVisitor);
 
-    [[nodiscard]] QString error() const { return m_error; }
+    [[nodiscard]] const RefusedFile& error() const { return m_error; }
     /// How many bytes both passes will read, and have read. To be asked from any thread.
     [[nodiscard]] qint64 bytesToRead() const { return m_bytesToRead; }
     [[nodiscard]] qint64 bytesRead() const { return m_bytesRead.load(std::memory_order_relaxed); }
@@ -73,7 +73,7 @@ private:
     CsvColumns m_columns;
     int m_threads;
     RecordIndex m_index;
-    QString m_error;
+    RefusedFile m_error;
     qint64 m_bytesToRead = 0;
     std::atomic<qint64> m_bytesRead = 0;
 };

@@ -100,6 +100,12 @@ private:
     QString m_err;
 };
 
+/// Why a file is refused. It is named as machines are, as it is often named for one.
+QString fileProblem(const RefusedFile& file, const MachineAlias& alias)
+{
+    return (file.path == "-"_L1 ? file.path : alias.of(file.path)) + ": "_L1 + file.reason;
+}
+
 /// Reads one of the two catalogues; nothing, with the reason told, when that fails or it offers
 /// nothing.
 std::optional<Offer> readCatalogue(const QString& place, const CommandLine& line, QTextStream& err)
@@ -139,15 +145,13 @@ void add(const FleetForecast& part, FleetForecast& sum)
 std::optional<FleetForecast> judge(const CatalogueChange& change, const ForecastOptions& options,
                                    const CommandLine& line, QTextStream& out, QTextStream& err)
 {
-    const FleetFiles fleet =
-        findFleetFiles(options.places, options.format, options.columns.isUsable());
-    if (!fleet.error.isEmpty()) {
-        line.fail(fleet.error, err);
+    const FleetFiles fleet = findFleetFiles(options.places, options.format, options.columns);
+    if (!fleet.error.reason.isEmpty()) {
+        line.fail(fileProblem(fleet.error, options.alias), err);
         return std::nullopt;
     }
     for (const RefusedFile& refused : fleet.refused) {
-        // A file is often named for its machine.
-        err << printable(options.alias.of(refused.path)) << ": " << refused.reason << '\n';
+        err << printable(fileProblem(refused, options.alias)) << '\n';
     }
     FleetReader reader(fleet.files, options.columns, options.threads);
     OrderedOutput output(out, err);
@@ -163,7 +167,7 @@ std::optional<FleetForecast> judge(const CatalogueChange& change, const Forecast
     {
         const ForecastProgress progress(reader);
         if (!reader.index() || !reader.read(change.filter, makeCounter)) {
-            line.fail(reader.error(), err);
+            line.fail(fileProblem(reader.error(), options.alias), err);
             return std::nullopt;
         }
     }

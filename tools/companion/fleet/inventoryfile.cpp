@@ -35,7 +35,7 @@ private:
 
 FiledInventories oneInventory(const FiledInventory& inventory)
 {
-    return {{inventory}, true};
+    return {{inventory}, true, {}};
 }
 
 // `system_profiler -json SPApplicationsDataType`: { "SPApplicationsDataType": [ {"_name", "path",
@@ -224,7 +224,9 @@ FiledInventories readJamf(const QByteArray& bytes, const NameFilter& filter)
         reader.enterArray();
         while (reader.nextElement()) {
             const FiledInventory inventory = readJamfComputer(reader, filter);
-            if (!reader.hasFailed()) {
+            if (reader.hasFailed()) {
+                found.damagedMachine = inventory.machine;
+            } else {
                 found.inventories.append(inventory);
             }
         }

@@ -17,6 +17,7 @@ struct FiledInventories
 {
     QList<FiledInventory> inventories;
     bool isWhole = false; ///< false when the file is damaged; the inventories are those before that
+    QString damagedMachine; ///< that the damage lies in, where the file tells
 };
 
 /// Whether a file of @p format holds one machine and does not tell which.

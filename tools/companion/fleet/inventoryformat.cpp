@@ -1,7 +1,10 @@
 #include "companion/fleet/inventoryformat.h"
 
+#include "companion/fleet/csvinventory.h"
 #include "companion/fleet/jsonreader.h"
 #include "companion/log/clientlog.h"
+
+#include <QBuffer>
 
 #include <algorithm>
 
@@ -68,8 +71,10 @@ std::optional<InventoryFormat> formatOfPropertyList(QByteArrayView head)
 /// Whether the header is that of Intune's report.
 bool isIntune(QByteArrayView head)
 {
-    const QByteArray header = head.first(std::max(qsizetype(0), head.indexOf('\n'))).toByteArray();
-    return header.contains("DeviceName") && header.contains("ApplicationShortVersion");
+    QBuffer table;
+    table.setData(head.toByteArray());
+    return table.open(QIODevice::ReadOnly) &&
+           CsvInventory(table, intuneColumns()).missingColumn().isEmpty();
 }
 
 bool isClientLog(QByteArrayView head)
@@ -100,7 +105,7 @@ std::optional<InventoryFormat> formatNamed(const QString& name)
     return place < 0 ? std::nullopt : std::optional(static_cast<InventoryFormat>(place));
 }
 
-std::optional<InventoryFormat> recognisedFormat(QByteArrayView head, bool areColumnsTold)
+std::optional<InventoryFormat> recognisedFormat(QByteArrayView head)
 {
     const QByteArrayView text = head.trimmed();
     if (text.startsWith('{')) {
@@ -115,8 +120,5 @@ std::optional<InventoryFormat> recognisedFormat(QByteArrayView head, bool areCol
     if (isIntune(text)) {
         return InventoryFormat::IntuneCsv;
     }
-    if (isClientLog(text)) {
-        return InventoryFormat::ClientLog;
-    }
-    return areColumnsTold ? std::optional(InventoryFormat::Csv) : std::nullopt;
+    return isClientLog(text) ? std::optional(InventoryFormat::ClientLog) : std::nullopt;
 }

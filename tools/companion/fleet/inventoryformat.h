@@ -25,6 +25,5 @@ enum class InventoryFormat
 [[nodiscard]] std::optional<InventoryFormat> formatNamed(const QString& name);
 
 /// The format of a file that begins with @p head, as its content tells; nothing when it is none of
-/// these. A table is only taken for one when its columns are told, see @p areColumnsTold.
-[[nodiscard]] std::optional<InventoryFormat> recognisedFormat(QByteArrayView head,
-                                                              bool areColumnsTold);
+/// these. A table is never recognised, except Intune's.
+[[nodiscard]] std::optional<InventoryFormat> recognisedFormat(QByteArrayView head);

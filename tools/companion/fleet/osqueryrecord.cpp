@@ -10,7 +10,7 @@ namespace {
 class RowReader
 {
 public:
-    /// Without a filter only the first row is looked at, and none is kept.
+    /// Without a filter no row is kept, and none is looked at behind the first application.
     RowReader(JsonReader& reader, const NameFilter* filter) : m_reader(reader), m_filter(filter) {}
 
     /// Whether a row was one of the table, or there was none at all.
@@ -22,7 +22,7 @@ public:
         m_reader.enterArray();
         while (m_reader.nextElement()) {
             readRow(applications);
-            if (!m_filter) {
+            if (!m_filter && m_found > 0) {
                 m_reader.leave();
                 return;
             }

@@ -14,7 +14,7 @@ constexpr qint64 pieceSize = 262'144;
 std::optional<Piece> PieceSource::next()
 {
     const QMutexLocker locker(&m_mutex);
-    while (m_error.isEmpty()) {
+    while (m_error.reason.isEmpty()) {
         if (m_open.isOpen() && !m_open.atEnd()) {
             Piece piece{m_pieces++, m_next - 1, m_offset, m_open.read(pieceSize)};
             if (!piece.lines.endsWith('\n')) {
@@ -36,7 +36,7 @@ std::optional<Piece> PieceSource::next()
         }
         m_offset = 0;
         if (!file.open(m_open)) {
-            m_error = file.path + ": "_L1 + m_open.errorString();
+            m_error = {file.path, m_open.errorString()};
         }
     }
     return std::nullopt;

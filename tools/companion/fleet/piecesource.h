@@ -32,7 +32,7 @@ public:
 
     /// Nothing at the end, or after an error.
     [[nodiscard]] std::optional<Piece> next();
-    [[nodiscard]] QString error() const { return m_error; }
+    [[nodiscard]] const RefusedFile& error() const { return m_error; }
 
 private:
     const QList<FleetFile>& m_files;
@@ -42,5 +42,5 @@ private:
     int m_next = 0; ///< file
     qint64 m_offset = 0;
     qint64 m_pieces = 0;
-    QString m_error;
+    RefusedFile m_error;
 };
