@@ -1,12 +1,10 @@
 #include "forecastcomparison.h"
 
 #include "app/debug.h"
+#include "recordedforms.h"
 #include "shownrows.h"
 
 #include <QDir>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QTest>
 
 using namespace Qt::Literals::StringLiterals;
@@ -14,64 +12,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 const QString machineName = u"mac"_s;
-
-QJsonArray jsonRows(const QList<RecordedApplication>& applications)
-{
-    QJsonArray rows;
-    for (const RecordedApplication& application : applications) {
-        rows.append(QJsonObject{{u"path"_s, application.path},
-                                {u"bundle_short_version"_s, application.version},
-                                {u"bundle_identifier"_s, application.identifier}});
-    }
-    return rows;
-}
-
-QByteArray line(const QJsonObject& object)
-{
-    return QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n';
-}
-
-QByteArray snapshot(const QList<RecordedApplication>& applications)
-{
-    return line({{u"action"_s, u"snapshot"_s},
-                 {u"snapshot"_s, jsonRows(applications)},
-                 {u"hostIdentifier"_s, machineName},
-                 {u"unixTime"_s, u"1772359200"_s}});
-}
-
-/// All that is installed and one more, then that one's removal.
-QByteArray changes(const QList<RecordedApplication>& applications)
-{
-    const RecordedApplication gone{u"/Applications/S 99.app"_s, u"99"_s, {}};
-    QByteArray lines;
-    for (const QJsonValue& row : jsonRows(QList<RecordedApplication>{gone} + applications)) {
-        lines += line({{u"action"_s, u"added"_s},
-                       {u"columns"_s, row},
-                       {u"hostIdentifier"_s, machineName},
-                       {u"unixTime"_s, 1'772'359'200},
-                       {u"counter"_s, 0}});
-    }
-    return lines + line({{u"diffResults"_s,
-                          QJsonObject{{u"added"_s, QString()}, {u"removed"_s, jsonRows({gone})}}},
-                         {u"hostIdentifier"_s, machineName},
-                         {u"unixTime"_s, 1'772'359'300},
-                         {u"counter"_s, 1}});
-}
-
-QByteArray quoted(QString field)
-{
-    return '"' + field.replace(u'"', "\"\""_L1).toUtf8() + '"';
-}
-
-QByteArray table(const QList<RecordedApplication>& applications)
-{
-    QByteArray text = "Device,Path,Version\r\n";
-    for (const RecordedApplication& application : applications) {
-        text += quoted(machineName) + ',' + quoted(application.path) + ',' +
-                quoted(application.version) + "\r\n";
-    }
-    return text;
-}
 
 /// Keeps what is read of one machine.
 class Keeper : public InventoryVisitor
@@ -162,10 +102,11 @@ QString ForecastComparison::write(const QString& name, const QByteArray& content
 
 QStringList ForecastComparison::record(const QByteArray& log) const
 {
-    return {write(u"mac.snapshot"_s, snapshot(m_installed)),
-            write(u"mac.changes"_s, changes(m_installed)),
-            write(u"mac.rows"_s, QJsonDocument(jsonRows(m_installed)).toJson()),
-            write(u"mac.csv"_s, table(m_installed)), write(u"mac.log"_s, log)};
+    QStringList files = {write(u"mac.log"_s, log)};
+    for (const RecordedForm& form : recordedForms(machineName, m_installed)) {
+        files.append(write(machineName + u'.' + form.name, form.content));
+    }
+    return files;
 }
 
 QString ForecastComparison::compareRow(const EntryChange& entry, const RowForecast& row,
@@ -189,13 +130,14 @@ QString ForecastComparison::compareRow(const EntryChange& entry, const RowForeca
 QString ForecastComparison::compare(const CatalogueChange& change, const QString& file,
                                     const QStringList& before, const QStringList& after)
 {
-    const CsvColumns columns{u"Device"_s, u"Path"_s, {}, u"Version"_s, {}};
-    FleetReader reader(findFleetFiles({file}, std::nullopt, true).files, columns, 1);
+    // Each file is recognised by its content.
+    const CsvColumns columns = readCsvColumns(recordedColumns()).value_or(CsvColumns());
+    FleetReader reader(findFleetFiles({file}, std::nullopt, columns).files, columns, 1);
     QList<MachineRecord> records;
     QStringList refused;
     if (!reader.index() ||
         !reader.read(change.filter, [&] { return std::make_unique<Keeper>(records, refused); })) {
-        return reader.error();
+        return reader.error().reason;
     }
     if (records.size() != 1 || records.constFirst().machine != machineName) {
         return u"%1 records, refused: %2"_s.arg(QString::number(records.size()),
@@ -238,7 +180,8 @@ QString ForecastComparison::compareOnce()
 {
     installRandomly();
     const QByteArray published = m_random.catalogue();
-    const QByteArray next = m_random.catalogue();
+    const QByteArray next =
+        m_random.isOneIn(3) ? m_random.catalogue() : m_random.changed(published);
     Debug::init(); // a log of this case alone
     if (!load(published) || !m_setup.scan()) {
         return {}; // nothing is offered

@@ -101,6 +101,20 @@ QByteArray RandomCatalogues::catalogue()
     return text.toUtf8();
 }
 
+QByteArray RandomCatalogues::changed(const QByteArray& catalogue)
+{
+    QStringList lines = QString::fromUtf8(catalogue).split(u'\n');
+    for (qsizetype i = 1; i < lines.size(); ++i) {
+        QStringList fields = lines[i].split(m_separator);
+        // Not the last one, which may have the line's end.
+        if (fields.size() > 2 && isOneIn(2)) {
+            fields[number(1, int(fields.size()) - 1)] = version();
+            lines[i] = fields.join(m_separator);
+        }
+    }
+    return lines.join(u'\n').toUtf8();
+}
+
 QByteArray randomInfoPlist(const QString& key, const QString& version)
 {
     return xmlPlist("<key>" + key.toUtf8() + "</key><string>" + version.toHtmlEscaped().toUtf8() +

@@ -14,6 +14,8 @@ public:
     /// What separates the catalogues' fields.
     [[nodiscard]] QString separator() const { return m_separator; }
     [[nodiscard]] QByteArray catalogue();
+    /// @p catalogue with a field of some of its entries changed.
+    [[nodiscard]] QByteArray changed(const QByteArray& catalogue);
     [[nodiscard]] QString name();
     [[nodiscard]] QString version();
 
