@@ -312,9 +312,9 @@ void TestForecastFormats::everyCutIsNoticed()
         m_fleet->write(u"mac.txt"_s, content.first(size));
         const CommandRun run = forecast(places);
         if (!run.err.contains(u"no inventory of a known format"_s)) {
-            // Of a page that is cut behind its last machine the page is told.
+            // A page can be cut behind its machine, or before its name: then the page is told.
             const bool isOfPage = run.err.contains("mac.txt: "_L1);
-            QCOMPARE(run.out.section(u',', 0, 0), isOfPage ? u"2 machines"_s : u"1 machine"_s);
+            QVERIFY(isOfPage || run.out.startsWith("1 machine,"_L1));
             QVERIFY2(run.err.contains(u"mac"_s) && run.err.endsWith(u": the record is damaged\n"_s),
                      qUtf8Printable(run.err));
         }

@@ -64,7 +64,7 @@ void TestForecastPage::init()
     m_published = {"Synth,1.0", "Schist,3", "Gneiss,2"};
     m_next = {"Synth,2.0", "Gneiss,2", "Basaltine,5"};
     m_lines = FleetSample::snapshot(u"anna-mac"_s, {u"Synth 1.0"_s, u"Schist 2"_s}) +
-              FleetSample::snapshot(u"bert-mac"_s, {u"Synth 2.5"_s, u"Basaltine 5.1"_s});
+              FleetSample::snapshot(u"bert-mac"_s, {u"Synth 2.5"_s, u"Basaltine 6"_s});
 }
 
 QString TestForecastPage::page(const QStringList& options)

@@ -10,7 +10,7 @@ namespace {
 constexpr int casesPerRow = 100;
 constexpr int dataRows = 10;
 #else
-constexpr int casesPerRow = 6;
+constexpr int casesPerRow = 20;
 constexpr int dataRows = 5;
 #endif
 

@@ -14,12 +14,12 @@ namespace {
 /// What the client would open on every processor; empty when that differs, or is nothing.
 QString openedItem(const ArchiveContent& archive)
 {
-    const QList<InstallerCandidate> onArm = archive.candidates(u"arm64"_s);
-    const QList<InstallerCandidate> onIntel = archive.candidates(u"x86_64"_s);
-    return !onArm.isEmpty() && !onIntel.isEmpty() &&
-                   onArm.constFirst().path == onIntel.constFirst().path
-               ? onArm.constFirst().path
-               : QString();
+    QStringList opened;
+    for (const QString& processor : processors()) {
+        const QList<InstallerCandidate> candidates = archive.candidates(processor);
+        opened.append(candidates.isEmpty() ? QString() : candidates.constFirst().path);
+    }
+    return opened.count(opened.constFirst()) == opened.size() ? opened.constFirst() : QString();
 }
 
 /// Reads an application's Info.plist by the client's own reading, which is one of files.
