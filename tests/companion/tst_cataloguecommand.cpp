@@ -109,6 +109,7 @@ void TestCatalogueCommand::eachCommandExplainsItself_data()
                                              u"--list <ENTRY>"_s,
                                              u"--json"_s,
                                              u"--csv"_s,
+                                             u"--html <FILE>"_s,
                                              u"--anonymous"_s,
                                              u"--key <FILE>"_s,
                                              u"--max-older <LIMIT>"_s,
