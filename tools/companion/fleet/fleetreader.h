@@ -69,7 +69,7 @@ private:
     [[nodiscard]] bool isOfLines(RecordPlace place) const;
     void noteRead(const Piece& piece);
 
-    QList<FleetFile> m_files;
+    const QList<FleetFile> m_files; // several threads read it, so that it must not detach
     CsvColumns m_columns;
     int m_threads;
     RecordIndex m_index;
