@@ -7,6 +7,7 @@
 #include "companion/fleet/fleetreader.h"
 #include "companion/fleet/inventoryformat.h"
 #include "companion/fleet/jsonreader.h"
+#include "companion/fleet/machineforecast.h"
 #include "companion/fleet/osqueryrecord.h"
 
 #include <QJsonDocument>
