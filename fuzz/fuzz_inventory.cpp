@@ -58,7 +58,7 @@ private:
 /// What the file tells, in the order of its reading, or why it is useless.
 QStringList readFleet(const FleetFile& file, const CatalogueChange& change)
 {
-    const CsvColumns columns{u"m"_s, u"p"_s, {}, u"v"_s, u"i"_s};
+    const CsvColumns columns{u"m"_s, u"p"_s, {}, u"v"_s, u"i"_s, {}};
     FleetReader reader({file}, columns, 1);
     QStringList told;
     if (!reader.index() ||
