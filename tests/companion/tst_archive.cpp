@@ -6,8 +6,8 @@
 #include "install/unpacking.h"
 #include "support/downloadbench.h"
 #include "support/privatehome.h"
+#include "support/zipmaker.h"
 #include "system/system.h"
-#include "zipmaker.h"
 
 #include <QDir>
 #include <QFile>

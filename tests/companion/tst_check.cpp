@@ -5,8 +5,8 @@
 #include "companion/report/rules.h"
 #include "support/httpserver.h"
 #include "support/privatehome.h"
+#include "support/zipmaker.h"
 #include "web/webprofiler.h"
-#include "zipmaker.h"
 
 #include <QDateTime>
 #include <QDir>

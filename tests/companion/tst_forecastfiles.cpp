@@ -4,7 +4,7 @@
 #include "fleetsample.h"
 #include "randomcatalogues.h"
 #include "support/propertylist.h"
-#include "zipmaker.h"
+#include "support/zipmaker.h"
 
 #include <QFileInfo>
 #include <QTest>

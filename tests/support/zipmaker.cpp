@@ -1,4 +1,4 @@
-#include "zipmaker.h"
+#include "support/zipmaker.h"
 
 #include <QDataStream>
 #include <QIODevice>
