@@ -682,6 +682,10 @@ void TestCheck::looksAtTheArchives_data() // NOLINT(readability-function-size): 
     linked.add({.name = "Real.txt"});
     linked.addLink("Tool.pkg", "Real.txt");
     row("a link for the item", linked.bytes(), {u"2 archive-link"_s});
+    ZipMaker out;
+    out.add({.name = "Tool.pkg"});
+    out.addLink("d/e", "../../f");
+    row("a link that leads out", out.bytes(), {u"2 archive-link"_s});
     row("nothing to open", zipOf({"ReadMe.txt", "Uninstall.app/x", ".Tool.pkg"}),
         {u"2 archive-nothing"_s});
     row("the other processor's alone", zipOf({"Tool-arm64.pkg"}), {u"2 archive-processor"_s});

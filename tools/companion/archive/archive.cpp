@@ -48,13 +48,7 @@ QList<Finding> contentFindings(const ArchiveContent& archive, const UnpackedArch
                                const QString& previous)
 {
     QList<Finding> findings = archiveFindings(archive, unpacked);
-    if (!archive.error().isEmpty()) {
-        return findings;
-    }
-    for (const QString& link : archive.linksThatLeadOut()) {
-        findings.append({u"archive-link"_s, u"the link %1 leads out"_s.arg(quoted(link))});
-    }
-    if (!previous.isEmpty()) {
+    if (archive.error().isEmpty() && !previous.isEmpty()) {
         findings += repetitionFindings(archive, ArchiveContent(previous));
     }
     return findings;

@@ -176,6 +176,9 @@ QList<Finding> archiveFindings(const ArchiveContent& archive, const UnpackedArch
                                : archive.candidates(processor),
                     findings);
     }
+    for (const QString& link : archive.linksThatLeadOut()) {
+        findings.append({u"archive-link"_s, u"the link %1 leads out"_s.arg(quoted(link))});
+    }
     return firstOfEachRule(findings);
 }
 
