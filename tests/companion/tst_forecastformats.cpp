@@ -169,6 +169,7 @@ private Q_SLOTS:
     void everyCutIsNoticed_data();
     void everyCutIsNoticed();
     void tableThatEndsWithinARowIsDamaged();
+    void rowsWithoutAMachineAreDamaged();
     void cutPageCostsItsLastComputer();
     void formatCanBeTold();
     void addressesOfPeopleAreNeverWritten();
@@ -337,6 +338,23 @@ void TestForecastFormats::tableThatEndsWithinARowIsDamaged()
     m_fleet->write(u"fleet.csv"_s, "Mac,Version\n");
     QCOMPARE(forecast(options).err,
              u"quillmere-catalogue forecast: %1: no column 'Path'\n"_s.arg(place));
+}
+
+void TestForecastFormats::rowsWithoutAMachineAreDamaged()
+{
+    const QByteArray table = "Mac,Path,Version\n"
+                             ",/Applications/Synth.app,1.0\n"
+                             "a,/Applications/Synth.app,1.0\n"
+                             ",/Applications/Synth.app,1.0\n"
+                             "b,/Applications/Synth.app,1.0\n";
+    const QString place = m_fleet->write(u"fleet.csv"_s, table);
+    const QStringList options = {u"--columns"_s, u"machine=Mac,path=Path,version=Version"_s,
+                                 u"--machines"_s, place};
+    const CommandRun run = forecast(options);
+    QCOMPARE(run.out.section(u';', 0, 0), u"2 machines, 2 touched"_s);
+    QCOMPARE(run.err, place + ": the record is damaged\n"_L1);
+    m_fleet->write(u"fleet.csv"_s, table.first(45) + ",/Appl");
+    QCOMPARE(forecast(options).err, place + ": the record is damaged\n"_L1);
 }
 
 void TestForecastFormats::cutPageCostsItsLastComputer()

@@ -153,7 +153,9 @@ private:
         QString last;
         while (table.next()) {
             if (const QString machine = table.machine(); machine != last) {
-                see(machine, file.time, {number, 0});
+                if (!machine.isEmpty()) {
+                    see(machine, file.time, {number, 0});
+                }
                 last = machine;
             }
         }
@@ -263,7 +265,8 @@ private:
     }
 
     void takeTable(const FleetFile& file, int number);
-    /// Judges one block of a machine's rows, or keeps it when another one follows.
+    /// Judges one block of a machine's rows, or keeps it when another one follows. Rows without a
+    /// machine are left out.
     void takeBlock(const FleetFile& file, int number, const QString& machine,
                    QList<RecordedApplication>& rows,
                    QMap<QString, QList<RecordedApplication>>& scattered);
@@ -284,15 +287,13 @@ void RecordReader::takeTable(const FleetFile& file, int number)
     QMap<QString, QList<RecordedApplication>> scattered;
     QList<RecordedApplication> rows;
     QString machine;
-    bool isBlock = false;
+    bool hasNameless = false; // a row that names no machine
     while (table.next()) {
-        if (const QString next = table.machine(); !isBlock || next != machine) {
-            if (isBlock) {
-                takeBlock(file, number, machine, rows, scattered);
-            }
+        if (const QString next = table.machine(); next != machine) {
+            takeBlock(file, number, machine, rows, scattered);
             machine = next;
-            isBlock = true;
         }
+        hasNameless = hasNameless || machine.isEmpty();
         if (const RecordedApplication row = table.application();
             !listedName(row.path, m_filter).isEmpty()) {
             rows.append(row);
@@ -302,17 +303,19 @@ void RecordReader::takeTable(const FleetFile& file, int number)
         m_shared.setError(missingColumn(file, table));
         return;
     }
-    if (isBlock && !table.isCutShort()) {
-        takeBlock(file, number, machine, rows, scattered);
-    } else {
+    if (table.isCutShort()) {
         scattered.remove(machine);
+    } else {
+        takeBlock(file, number, machine, rows, scattered);
     }
     for (auto entry = scattered.cbegin(); entry != scattered.cend(); ++entry) {
         m_visitor.takeMachine(
             {entry.key(), m_shared.columnsOf(file).grade(), installedOf(entry.value())});
     }
-    if (table.isCutShort()) {
-        m_visitor.takeRefusal(isBlock ? machine : file.path, Refusal::Damaged);
+    if (table.isCutShort() && !machine.isEmpty()) {
+        m_visitor.takeRefusal(machine, Refusal::Damaged);
+    } else if (table.isCutShort() || hasNameless) {
+        m_visitor.takeRefusal(file.path, Refusal::Damaged);
     }
 }
 
@@ -321,7 +324,7 @@ void RecordReader::takeBlock(const FleetFile& file, int number, const QString& m
                              QMap<QString, QList<RecordedApplication>>& scattered)
 {
     const QList<RecordedApplication> block = std::exchange(rows, {});
-    const int blocks = blocksToJudge(file, machine, {number, 0});
+    const int blocks = machine.isEmpty() ? 0 : blocksToJudge(file, machine, {number, 0});
     if (blocks > 1) {
         scattered[machine] += block;
     } else if (blocks == 1) {
