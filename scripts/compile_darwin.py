@@ -8,9 +8,9 @@ of the folder TOOLCHAIN, with Apple's C headers and libc++ from there, once for 
 processor. HEADERS holds those of other libraries that are the same on every system. What Apple has
 had only since a later macOS is rejected like what it does not have at all.
 
-For the first kind of processor each file is compiled by itself, so that each must include what it
-needs of libc++. That holds for the others then, which are told the files by the dozen, see
-umbrella.py, and one by one only where a dozen does not compile.
+The files are compiled by the dozen, see umbrella.py, and one by one where a dozen does not compile.
+Those that users run are compiled one by one for the first kind of processor anyway, so that each must
+include what it needs of libc++.
 """
 
 import os
@@ -25,6 +25,9 @@ DARWIN = PROJECT / "build/darwin/files"
 PROCESSORS = ("arm64", "x86_64")
 OLDEST_MACOS = "12"
 FOLDERS = ("src", "tools", "tests", "bench", "build")  # the last for what Qt's tools make
+ALONE = ("src", "tools")
+# What Qt's tools make for a target that has nothing for them.
+EMPTY = "enum some_compilers"
 # Built on Linux alone, by its CMakeLists.txt, since it reads /proc.
 LINUX_ALONE = PROJECT / "tests/soak"
 
@@ -77,16 +80,18 @@ def main():
         sys.exit(__doc__)
     commands, toolchain, headers = (Path(path).resolve() for path in sys.argv[1:])
     units = [unit for unit in units_of([commands], FOLDERS)
-             if not unit.path.is_relative_to(LINUX_ALONE)]
+             if not unit.path.is_relative_to(LINUX_ALONE)
+             and not any(EMPTY in line for line in unit.lines)]
+    alone = [unit for unit in units if unit.top() in ALONE]
     compilers = [clang(toolchain, headers, processor) for processor in PROCESSORS]
     for text, reason in PLANTED:
         if not all(is_rejected(compiler, text, reason) for compiler in compilers):
             sys.exit(f"Not rejected for \"{reason}\", so this check proves nothing:\n{text}")
     DARWIN.mkdir(parents=True, exist_ok=True)
-    first, *others = compilers
-    runs = [(compiler, umbrella) for compiler in others
-            for umbrella in written(gathered(units), "together")]
-    runs += [(first, umbrella) for umbrella in written([Umbrella([unit]) for unit in units], "alone")]
+    runs = [(compiler, umbrella) for umbrella in written(gathered(units), "together")
+            for compiler in compilers if compiler != compilers[0] or umbrella.units[0] not in alone]
+    runs += [(compilers[0], umbrella)
+             for umbrella in written([Umbrella([unit]) for unit in alone], "alone")]
     with ThreadPoolExecutor(os.cpu_count()) as pool:
         failures = [text for text in pool.map(lambda run: check(*run), runs) if text]
     for text in failures:
