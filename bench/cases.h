@@ -23,6 +23,7 @@ inline const QList<int> installedSizes = {200, 500, 1'000, 2'000};
 [[nodiscard]] QList<BenchmarkCase> startCases();
 [[nodiscard]] QList<BenchmarkCase> wholeCases();
 [[nodiscard]] QList<BenchmarkCase> logCases();
+[[nodiscard]] QList<BenchmarkCase> companionCases();
 [[nodiscard]] QList<BenchmarkCase> fleetCases();
 
 [[nodiscard]] QList<Workload> tableWorkloads();
@@ -32,6 +33,7 @@ inline const QList<int> installedSizes = {200, 500, 1'000, 2'000};
 
 // What a process of its own does for a case, by its arguments; it prints what it measured.
 void measureCatalogueMemory();
+void measureCheckMemory();
 void measureDownloadMemory();
 void startOwnWindow();
 void startBareWindow();

@@ -36,6 +36,7 @@ QList<BenchmarkCase> allCases()
          startCases(),
          wholeCases(),
          logCases(),
+         companionCases(),
          fleetCases(),
          {{u"check"_s, catalogueCheck}, {u"check-shuffled"_s, shuffledCatalogueCheck}}});
 }
@@ -51,6 +52,7 @@ bool actAsChild(const QStringList& arguments)
 {
     const QHash<QString, std::function<void()>> actions = {
         {u"--catalogue-memory"_s, measureCatalogueMemory},
+        {u"--check-memory"_s, measureCheckMemory},
         {u"--download-memory"_s, measureDownloadMemory},
         {u"--start-own"_s, startOwnWindow},
         {u"--start-bare"_s, startBareWindow},
@@ -105,12 +107,14 @@ void writeJson(const QString& path, const QByteArray& json)
     }
 }
 
-/// Measures all cases, or the wanted ones; whether every bound holds.
-bool measure(const QStringList& wanted, std::optional<int> rounds, const QString& jsonPath)
+/// Measures all cases, or the wanted ones, but the unwanted; whether every bound holds.
+bool measure(const QStringList& wanted, const QStringList& unwanted, std::optional<int> rounds,
+             const QString& jsonPath)
 {
     QList<BenchmarkResult> results;
     for (const BenchmarkCase& benchmarkCase : allCases()) {
-        if (wanted.isEmpty() || wanted.contains(benchmarkCase.id)) {
+        if ((wanted.isEmpty() || wanted.contains(benchmarkCase.id)) &&
+            !unwanted.contains(benchmarkCase.id)) {
             results.append(run(benchmarkCase, rounds));
             QTextStream(stdout) << describe(results.constLast()) << Qt::endl;
         }
@@ -138,6 +142,7 @@ int main(int argc, char* argv[])
         return 0;
     }
     const QCommandLineOption rounds(u"rounds"_s, u"Measures each case this often."_s, u"number"_s);
+    const QCommandLineOption without(u"without"_s, u"Leaves this case out."_s, u"case"_s);
     const QCommandLineOption json(u"json"_s, u"Writes the results to this file."_s, u"file"_s);
     const QCommandLineOption workload(
         u"workload"_s, u"Does this piece of work once, in the size given as argument."_s, u"id"_s);
@@ -146,7 +151,7 @@ int main(int argc, char* argv[])
     const QCommandLineOption reportOnly(u"report-only"_s,
                                         u"Ends with 0 even where a bound is missed."_s);
     QCommandLineParser parser;
-    parser.addOptions({rounds, json, workload, growth, reportOnly});
+    parser.addOptions({rounds, without, json, workload, growth, reportOnly});
     parser.addHelpOption();
     parser.addPositionalArgument(u"case"_s, u"The cases to measure; all by default."_s,
                                  u"[case...]"_s);
@@ -167,7 +172,8 @@ int main(int argc, char* argv[])
     if (!isNumber || (parser.isSet(rounds) && count < 1)) {
         fail("no number of rounds: "_L1 + parser.value(rounds));
     }
-    const bool allHold = measure(
-        arguments, parser.isSet(rounds) ? std::optional(count) : std::nullopt, parser.value(json));
+    const bool allHold =
+        measure(arguments, parser.values(without),
+                parser.isSet(rounds) ? std::optional(count) : std::nullopt, parser.value(json));
     return allHold || parser.isSet(reportOnly) ? 0 : 1;
 }

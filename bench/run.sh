@@ -7,6 +7,6 @@ cd "$(dirname "$0")/.."
 # shellcheck source=scripts/common.sh
 . scripts/common.sh
 
-install_missing nginx=nginx-light curl=curl python3=python3
+install_missing nginx=nginx-light curl=curl python3=python3 unzip=unzip taskset=util-linux
 build_preset release quillmere_bench
 QT_QPA_PLATFORM=offscreen exec build/release/quillmere_bench "$@"
