@@ -790,7 +790,9 @@ void TestCheck::looksIntoTheArchives()
     write(u"soft/tool.zip"_s, archive);
     const QByteArray text = catalogue({entry("A", "1.0", "tool.zip")});
     const QString folder = m_home->path() + "/soft"_L1;
-    QCOMPARE(check(text, {u"--files"_s, folder}), findings);
+    const QStringList quickly = check(text, {u"--files"_s, folder});
+    // Newer releases of libzip see some of the rest, too.
+    QVERIFY2(quickly == findings || quickly == thoroughly, qUtf8Printable(quickly.join(u'\n')));
     QCOMPARE(check(text, {u"--files"_s, folder, u"--thorough"_s}), thoroughly);
 }
 

@@ -243,7 +243,7 @@ bool TestProgram::press(const QString& windowTitle, const QString& key,
                         const std::function<bool()>& isDone) const
 {
     // Again where need be: a key is lost while the window manager takes in the keyboard's map.
-    const QDeadlineTimer patience(10'000);
+    const QDeadlineTimer patience(30'000);
     do {
         if (const QString id = windowId(windowTitle); !id.isEmpty()) {
             xdotool({u"windowactivate"_s, u"--sync"_s, id, u"key"_s, key});

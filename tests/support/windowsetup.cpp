@@ -55,7 +55,8 @@ qsizetype WindowSetup::scans() const
 bool WindowSetup::scan() const
 {
     m_window->action_loadSysData();
-    return QTest::qWaitFor([this] { return loadButton()->isEnabled(); }, 10'000);
+    // Longer than the program lets a scan last.
+    return QTest::qWaitFor([this] { return loadButton()->isEnabled(); }, 40'000);
 }
 
 MainWindow& WindowSetup::create()
