@@ -156,7 +156,7 @@ void TestForecast::ofSeveralRecordsTheNewestCounts()
     }
     const CommandRun run = forecast(places);
     QCOMPARE(run.out.section(u';', 0, 0), u"1 machine, 1 touched"_s);
-    QCOMPARE(turns(run.out).first(), u"Synth | up to date | update available | 1"_s);
+    QCOMPARE(turns(run.out).constFirst(), u"Synth | up to date | update available | 1"_s);
 }
 
 void TestForecast::changesAreReplayed_data()
@@ -196,7 +196,7 @@ void TestForecast::changesAreReplayed()
     QFETCH(QByteArray, lines);
     const CommandRun run = forecastOf(lines);
     QCOMPARE(run.out.section(u';', 0, 0), u"1 machine, 1 touched"_s);
-    QCOMPARE(turns(run.out).first(), u"Synth | up to date | update available | 1"_s);
+    QCOMPARE(turns(run.out).constFirst(), u"Synth | up to date | update available | 1"_s);
 }
 
 void TestForecast::changesOfNothingAreRefused()
@@ -270,7 +270,7 @@ void TestForecast::tableMayBeInAnyOrder()
                                     {u"--columns"_s, u"machine=Mac,path=Path,version=Version"_s});
     QCOMPARE(run.err, QString());
     QCOMPARE(run.out.section(u';', 0, 0), u"2 machines, 2 touched"_s);
-    QCOMPARE(turns(run.out).first(), u"Synth | up to date | update available | 2"_s);
+    QCOMPARE(turns(run.out).constFirst(), u"Synth | up to date | update available | 2"_s);
 }
 
 void TestForecast::logIsRead()

@@ -207,7 +207,7 @@ void TestForecastOutput::anyPartsAddUpToTheWhole()
             // Whether all that was written or its last line is kept makes no difference.
             sum.append(m_fleet->write(
                 u"%1.json"_s.arg(sum.size()),
-                (random.bounded(2) == 0 ? run.out : lines(run.out).last()).toUtf8()));
+                (random.bounded(2) == 0 ? run.out : lines(run.out).constLast()).toUtf8()));
         }
         QVERIFY2(summary[u"summary"_s][u"touched"_s].toInt() > 30, qUtf8Printable(whole.out));
         QCOMPARE(run(runForecast, sum).out, whole.out);

@@ -212,7 +212,7 @@ void TestForecastPage::machineThatIsRefusedIsInNoBar()
     QCOMPARE(textsOf(written, u"h1"_s).join(u' '), u"Forecast for 0 machines"_s);
     QVERIFY(written.contains(u"<svg viewBox=\"0 0 0 1\" preserveAspectRatio=\"none\" "
                              "aria-hidden=\"true\"></svg></td>"_s));
-    QCOMPARE(textsOf(written, u"li"_s).last(),
+    QCOMPARE(textsOf(written, u"li"_s).constLast(),
              u"Unknown: 1 of 1 machines, the record is damaged"_s);
 }
 

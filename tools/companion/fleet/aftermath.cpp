@@ -32,11 +32,10 @@ void countSettling(const EntryChange& entry, const EntryFile& file,
     const InstalledApplications machine = updated(installed, row, *file.bundle);
     const RowMatch match = matchRow(entry.name, inventoryOf(machine));
     const std::optional<int> order = installedOrder(match, entry.after->version);
-    if (match.applications.size() > 1) {
-        ++aftermath.unknownSettling;
-    } else if (match.applications != QStringList{file.bundle->name}) {
+    const bool isSure = match.applications.size() < 2;
+    if (isSure && match.applications != QStringList{file.bundle->name}) {
         ++aftermath.matchesOther;
-    } else if (!order) {
+    } else if (!isSure || !order) {
         ++aftermath.unknownSettling;
     } else if (*order < 0) {
         ++aftermath.staysOlder;

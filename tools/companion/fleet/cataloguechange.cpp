@@ -82,6 +82,8 @@ CatalogueChange::CatalogueChange(const Offer& published, const Offer& next, bool
     }
     formerNeighbours = neighboursIn(published, comingOrGoing);
     neighbours = neighboursIn(next, comingOrGoing);
-    names += formerNeighbours.values() + neighbours.values();
+    for (const QSet<QString>* others : {&formerNeighbours, &neighbours}) {
+        names += QStringList(others->cbegin(), others->cend());
+    }
     filter = NameFilter(names);
 }

@@ -379,6 +379,7 @@ bool FleetReader::read(const NameFilter& filter,
     Shared shared(m_files, m_columns, m_index);
     PieceSource source(m_files, PieceSource::Reading::Last);
     std::vector<std::unique_ptr<InventoryVisitor>> visitors;
+    visitors.reserve(size_t(m_threads));
     for (int thread = 0; thread < m_threads; ++thread) {
         visitors.push_back(makeVisitor());
     }

@@ -7,11 +7,31 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 // Kept apart from the words for people: scripts and sums read them.
-const QStringList stateNames = {u"no row"_s, u"not installed"_s, u"older"_s,
-                                u"equal"_s,  u"newer"_s,         u"unknown"_s};
-const QStringList gradeNames = {u"exact"_s, u"as reported"_s, u"assumed"_s};
-const QStringList refusalNames = {u"damaged"_s, u"no full state"_s};
-const QStringList gapNames = {u"other"_s, u"no version"_s, u"two bundles"_s};
+
+const QStringList& stateNames()
+{
+    static const QStringList names = {u"no row"_s, u"not installed"_s, u"older"_s,
+                                      u"equal"_s,  u"newer"_s,         u"unknown"_s};
+    return names;
+}
+
+const QStringList& gradeNames()
+{
+    static const QStringList names = {u"exact"_s, u"as reported"_s, u"assumed"_s};
+    return names;
+}
+
+const QStringList& refusalNames()
+{
+    static const QStringList names = {u"damaged"_s, u"no full state"_s};
+    return names;
+}
+
+const QStringList& gapNames()
+{
+    static const QStringList names = {u"other"_s, u"no version"_s, u"two bundles"_s};
+    return names;
+}
 
 QJsonValue number(quint64 value)
 {
@@ -66,8 +86,8 @@ QJsonArray turnsJson(const EntryTally& tally)
     for (size_t before = 0; before < tally.turns.size(); ++before) {
         for (size_t after = 0; after < tally.turns.size(); ++after) {
             if (const quint64 machines = tally.turns[before][after]; machines > 0) {
-                turns.append(QJsonObject{{u"before"_s, stateNames[qsizetype(before)]},
-                                         {u"after"_s, stateNames[qsizetype(after)]},
+                turns.append(QJsonObject{{u"before"_s, stateNames()[qsizetype(before)]},
+                                         {u"after"_s, stateNames()[qsizetype(after)]},
                                          {u"machines"_s, number(machines)}});
             }
         }
@@ -77,9 +97,9 @@ QJsonArray turnsJson(const EntryTally& tally)
 
 bool readTurns(const QJsonArray& json, EntryTally& tally)
 {
-    for (const QJsonValue& turn : json) {
-        const qsizetype before = stateNames.indexOf(turn[u"before"_s].toString());
-        const qsizetype after = stateNames.indexOf(turn[u"after"_s].toString());
+    for (const auto& turn : json) {
+        const qsizetype before = stateNames().indexOf(turn[u"before"_s].toString());
+        const qsizetype after = stateNames().indexOf(turn[u"after"_s].toString());
         if (before < 0 || after < 0) {
             return false;
         }
@@ -116,20 +136,21 @@ QJsonObject machineJson(const QString& machine, Grade grade, const QList<EntryCh
         if (row.isTouched()) {
             changed.append(QJsonObject{
                 {u"entry"_s, entries[i].name},
-                {u"before"_s, nameOf(stateNames, row.before)},
-                {u"after"_s, nameOf(stateNames, row.after)},
+                {u"before"_s, nameOf(stateNames(), row.before)},
+                {u"after"_s, nameOf(stateNames(), row.after)},
                 {u"changesRow"_s, row.changesRow},
                 {u"applications"_s, QJsonArray::fromStringList(row.applications)},
                 {u"installed"_s, row.version ? QJsonValue(*row.version) : QJsonValue()},
             });
         }
     }
-    return {{u"machine"_s, machine}, {u"grade"_s, nameOf(gradeNames, grade)}, {u"rows"_s, changed}};
+    return {
+        {u"machine"_s, machine}, {u"grade"_s, nameOf(gradeNames(), grade)}, {u"rows"_s, changed}};
 }
 
 QJsonObject refusalJson(const QString& machine, Refusal reason)
 {
-    return {{u"machine"_s, machine}, {u"refused"_s, nameOf(refusalNames, reason)}};
+    return {{u"machine"_s, machine}, {u"refused"_s, nameOf(refusalNames(), reason)}};
 }
 
 QJsonObject summaryJson(const FleetForecast& forecast)
@@ -145,9 +166,9 @@ QJsonObject summaryJson(const FleetForecast& forecast)
         {u"turnedOlder"_s, number(tally.turnedOlder)},
         {u"turnedNewer"_s, number(tally.turnedNewer)},
         {u"partlyUnknown"_s, number(tally.partlyUnknown)},
-        {u"grades"_s, countsJson(gradeNames, tally.grades)},
-        {u"refused"_s, countsJson(refusalNames, tally.refusals)},
-        {u"unknownRows"_s, countsJson(gapNames, tally.gaps)},
+        {u"grades"_s, countsJson(gradeNames(), tally.grades)},
+        {u"refused"_s, countsJson(refusalNames(), tally.refusals)},
+        {u"unknownRows"_s, countsJson(gapNames(), tally.gaps)},
         {u"formerEntries"_s, number(tally.formerEntries)},
         {u"entries"_s, entryArray},
     };
@@ -168,11 +189,11 @@ std::optional<FleetForecast> readSummary(const QJsonObject& json)
     tally.turnedNewer = countOf(summary[u"turnedNewer"_s]);
     tally.partlyUnknown = countOf(summary[u"partlyUnknown"_s]);
     tally.formerEntries = countOf(summary[u"formerEntries"_s]);
-    readCounts(summary[u"grades"_s], gradeNames, tally.grades);
-    readCounts(summary[u"refused"_s], refusalNames, tally.refusals);
-    readCounts(summary[u"unknownRows"_s], gapNames, tally.gaps);
+    readCounts(summary[u"grades"_s], gradeNames(), tally.grades);
+    readCounts(summary[u"refused"_s], refusalNames(), tally.refusals);
+    readCounts(summary[u"unknownRows"_s], gapNames(), tally.gaps);
     const QJsonArray entries = summary[u"entries"_s].toArray();
-    for (const QJsonValue& entry : entries) {
+    for (const auto& entry : entries) {
         written.entries.append({entry[u"entry"_s].toString(), readOffered(entry[u"before"_s]),
                                 readOffered(entry[u"after"_s])});
         EntryTally counts;

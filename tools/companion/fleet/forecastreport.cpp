@@ -8,13 +8,14 @@
 #include <QTextStream>
 
 #include <algorithm>
+#include <array>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-const QList<RowState> allStates = {RowState::Absent, RowState::NotInstalled, RowState::Older,
-                                   RowState::Equal,  RowState::Newer,        RowState::Unknown};
+constexpr std::array allStates = {RowState::Absent, RowState::NotInstalled, RowState::Older,
+                                  RowState::Equal,  RowState::Newer,        RowState::Unknown};
 
 /// @p text as a field of a table that is separated by commas.
 QString csvField(const QString& text)

@@ -17,7 +17,7 @@ struct ScanReach
 
 ScanReach readScanReach()
 {
-    const QStringList command = SysProfiler::COMMAND[SysProfiler::FIND];
+    const QStringList& command = SysProfiler::COMMAND[SysProfiler::FIND];
     const auto argument = [&command](const QString& option) {
         return command.value(command.indexOf(option) + 1);
     };

@@ -11,6 +11,7 @@ struct RecordPlace
     int file = 0;
     qint64 offset = 0;
 
+    // NOLINTNEXTLINE(modernize-use-nullptr): there is none
     [[nodiscard]] auto operator<=>(const RecordPlace& other) const = default;
 };
 
