@@ -128,7 +128,8 @@ QString WindowComparison::compareOnce()
         return offersNothing(catalogue) ? QString() : u"the catalogue is not loaded"_s;
     }
     if (!m_setup.scan()) {
-        return u"the scan does not end"_s;
+        return "the scan does not end:\n"_L1 +
+               QString::fromUtf8(PrivateHome::read(m_setup.home.logPath()));
     }
     const QByteArray log = PrivateHome::read(m_setup.home.logPath());
     if (const QString wrong = compareWithLog(catalogue, log); !wrong.isEmpty()) {
