@@ -2,15 +2,16 @@
 
 #include "app/debug.h"
 #include "system/nameprefix.h"
+#include "system/propertylisttext.h"
 #include "system/system.h"
 
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QMutexLocker>
-#include <QXmlStreamReader>
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
@@ -53,29 +54,6 @@ QByteArray commandOutput(SysProfiler::SearchEngine engine)
 QString plistPath(const QString& location)
 {
     return location + "/Contents/Info.plist"_L1;
-}
-
-/// The text of the element after <key>@p key</key>; the last of several, however deep.
-QString readPlistValue(QXmlStreamReader& xml, const QString& key)
-{
-    QString result;
-    bool isValue = false;
-    while (!xml.atEnd()) {
-        if (xml.readNext() != QXmlStreamReader::StartElement) {
-            continue;
-        }
-        if (xml.name() == "key"_L1) {
-            if (xml.readElementText() == key) {
-                isValue = true;
-            }
-        } else if (std::exchange(isValue, false)) {
-            result = xml.readElementText();
-            if (xml.error() == QXmlStreamReader::UnexpectedElementError) {
-                result.clear(); // the blanks before an element inside the value are no value
-            }
-        }
-    }
-    return result;
 }
 
 } // namespace
@@ -197,12 +175,10 @@ QString SysProfiler::findPlistValue(const QString& path, const QString& key)
     if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly | QIODevice::Text)) {
         return {};
     }
-    QXmlStreamReader xml(&file);
-    const QString value = readPlistValue(xml, key);
-    file.close();
-    if (!xml.hasError() || !value.isEmpty()) {
-        return value;
+    if (const std::optional<QString> value = propertyListText(file, key)) {
+        return *value;
     }
+    file.close();
     Debug(Debug::Info) << "XML parsing failed for " << path << ", trying plutil...";
     const QByteArray output =
         System::execute({u"plutil"_s, u"-extract"_s, key, u"raw"_s, path}).constFirst();
