@@ -1,4 +1,5 @@
 #include "companion/commands.h"
+#include "companion/installer/installerreader.h"
 #include "companion/report/commandline.h"
 
 #include <QCoreApplication>
@@ -61,7 +62,10 @@ int main(int argc, char* argv[])
     }
     // Whoever reads the output may end first: that is a failed write, and not this program's end.
     std::signal(SIGPIPE, SIG_IGN);
-    const int status = runCommand(QCoreApplication::arguments().sliced(1), out, err);
+    InstallerReader::useProgram(QCoreApplication::applicationFilePath());
+    const QStringList arguments = QCoreApplication::arguments().sliced(1);
+    const int status = isInstallerReading(arguments) ? runInstallerReading(arguments, out)
+                                                     : runCommand(arguments, out, err);
     errno = 0;
     out.flush();
     if (out.status() != QTextStream::Ok || std::fflush(stdout) != 0) {
