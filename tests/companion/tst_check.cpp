@@ -141,6 +141,7 @@ private Q_SLOTS:
     void thoroughNeedsFiles();
     void comparesTheItemWithThePreviousRelease_data();
     void comparesTheItemWithThePreviousRelease();
+    void comparesTheIdentifierWithThePreviousRelease();
     void readsTheBeginningsOfItemsOnly();
 
     void readsWhatTheClientReads();
@@ -708,7 +709,7 @@ void TestCheck::looksAtTheArchives_data() // NOLINT(readability-function-size): 
     const QString app = u"2 archive-application"_s;
     row("an application inside the application", nested.bytes(), {app});
     row("an item inside an application", zipOf({"PyCharm.app/Contents/H.pkg"}),
-        {app, u"2 bundle-start"_s, u"2 archive-inside"_s, u"2 bundle-version"_s});
+        {app, u"2 bundle-start"_s, u"2 archive-inside"_s, u"2 bundle-name"_s});
     row("names that differ in case", zipOf({"Tool.pkg", "ReadMe", "readme"}),
         {u"2 archive-case"_s});
     row("a name that is no UTF-8", zipOf({"Tool.pkg", "\xc9.txt"}), {u"2 archive-bytes"_s});
@@ -733,8 +734,9 @@ void TestCheck::looksAtTheArchives_data() // NOLINT(readability-function-size): 
     row("a bundle whose version begins with a word", bundleZip(plist("Release 1.0")),
         {app, u"2 bundle-word"_s});
     row("a bundle without a version", bundleZip("<plist/>"), {app, u"2 bundle-version"_s});
-    row("a binary property list, without plutil", bundleZip("bplist00..."),
+    row("a property list that cannot be read", bundleZip("bplist00..."),
         {app, u"2 bundle-unread"_s});
+    row("another application", bundleZip(plist("1.0"), "Other.app"), {app, u"2 bundle-name"_s});
 }
 
 void TestCheck::looksAtTheArchives()
@@ -742,12 +744,9 @@ void TestCheck::looksAtTheArchives()
     QFETCH(QByteArray, archive);
     QFETCH(QStringList, findings);
     write(u"soft/tool.zip"_s, archive);
-    const QByteArray path = qgetenv("PATH");
-    qputenv("PATH", "/usr/bin:/bin"); // a plutil of the machine lies elsewhere, if there is one
-    QStringList result = check(catalogue({entry("A", "1.0", "tool.zip")}),
-                               {u"--files"_s, m_home->path() + "/soft"_L1});
-    qputenv("PATH", path);
-    QCOMPARE(result, findings);
+    QCOMPARE(check(catalogue({entry("Tool", "1.0", "tool.zip")}),
+                   {u"--files"_s, m_home->path() + "/soft"_L1}),
+             findings);
     note(findings);
 }
 
@@ -848,6 +847,27 @@ void TestCheck::comparesTheItemWithThePreviousRelease()
         check(catalogue({entry("A", "2.0", "tool-2.zip")}),
               {u"--files"_s, m_home->path() + "/soft"_L1, u"--published"_s, old});
     QCOMPARE(result, findings);
+    note(findings);
+}
+
+void TestCheck::comparesTheIdentifierWithThePreviousRelease()
+{
+    const auto zip = [](const QByteArray& name, const QByteArray& identifier) {
+        return bundleZip("<plist><dict><key>CFBundleShortVersionString</key><string>2.0</string>"
+                         "<key>CFBundleIdentifier</key><string>" +
+                             identifier + "</string></dict></plist>",
+                         name);
+    };
+    write(u"soft/tool-1.zip"_s, zip("Tool 1.app", "org.example.former"));
+    const QString old = write(u"old.csv"_s, catalogue({entry("Tool", "1.0", "tool-1.zip")}));
+    const QStringList arguments = {u"--files"_s, m_home->path() + "/soft"_L1, u"--published"_s,
+                                   old};
+    write(u"soft/tool-2.zip"_s, zip("Tool 2.app", "org.example.former"));
+    const QByteArray text = catalogue({entry("Tool", "2.0", "tool-2.zip")});
+    QCOMPARE(check(text, arguments), QStringList{u"tool-1.zip file-unnamed"_s});
+    write(u"soft/tool-2.zip"_s, zip("Tool 2.app", "org.example.other"));
+    const QStringList findings = {u"tool-1.zip file-unnamed"_s, u"2 bundle-identifier"_s};
+    QCOMPARE(check(text, arguments), findings);
     note(findings);
 }
 

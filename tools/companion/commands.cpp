@@ -31,7 +31,7 @@ QList<Command> commands()
         {u"preview"_s, u"print the table that a user's window would show"_s, runPreview},
         {u"forecast"_s, u"tell what a new catalogue will change on recorded machines"_s,
          runForecast},
-        {u"archive"_s, u"tell which item of an archive each processor's client would open"_s,
+        {u"archive"_s, u"tell what an installer brings, and what each client opens in an archive"_s,
          runArchive},
         {u"explain"_s, u"name the troubles that a user's log shows"_s, runExplain},
     };

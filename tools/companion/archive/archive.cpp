@@ -3,11 +3,14 @@
 #include "companion/archive/archiverules.h"
 #include "companion/archive/interruption.h"
 #include "companion/archive/unzipresult.h"
+#include "companion/installer/installerreader.h"
+#include "companion/installer/installertext.h"
 #include "companion/report/commandline.h"
 #include "companion/report/finding.h"
 #include "companion/report/progress.h"
 #include "companion/report/rules.h"
 #include "companion/report/texttable.h"
+#include "install/downloadtarget.h"
 
 #include <QFileInfo>
 #include <QJsonArray>
@@ -41,6 +44,7 @@ struct ArchiveReport
     std::optional<int> unzipCode; ///< nothing where unzip was not run
     QString obstacle;             ///< why it was not
     bool isUnpacked = false;      ///< whether the client gets as far as to choose
+    InstallerFacts installer;
     QList<Finding> findings;
 };
 
@@ -59,6 +63,10 @@ ArchiveReport examine(const QString& file, const QString& previous,
 {
     ArchiveReport report;
     report.file = file;
+    report.installer = InstallerReader::read(file);
+    if (!isArchive(file)) {
+        return report;
+    }
     const ArchiveContent archive(file);
     const UnpackedArchive unpacked =
         isTooLarge(archive) ? UnpackedArchive() : unpackArchive(file, [&] { return !isStopped; });
@@ -110,9 +118,9 @@ void writeChoice(const ArchiveReport& report, const QString& processor, QTextStr
     }
 }
 
-void writeReport(const ArchiveReport& report, QTextStream& out)
+/// What the client would open in an archive.
+void writeArchive(const ArchiveReport& report, QTextStream& out)
 {
-    out << printable(report.file) << '\n';
     for (const QString& processor : processors()) {
         writeChoice(report, processor, out);
     }
@@ -125,11 +133,25 @@ void writeReport(const ArchiveReport& report, QTextStream& out)
     } else {
         out << "  unzip: not run, as " << report.obstacle << '\n';
     }
+}
+
+void writeReport(const ArchiveReport& report, QTextStream& out)
+{
+    out << printable(report.file) << '\n';
+    if (isArchive(report.file)) {
+        writeArchive(report, out);
+    }
+    writeInstaller(report.installer, out);
     writeFindings(report.findings, out);
 }
 
 QJsonObject toJson(const ArchiveReport& report)
 {
+    if (!isArchive(report.file)) {
+        return {{u"file"_s, report.file},
+                {u"installer"_s, toJson(report.installer)},
+                {u"findings"_s, toJson(report.findings)}};
+    }
     QJsonObject opens;
     QJsonObject candidates;
     for (const QString& processor : processors()) {
@@ -146,6 +168,7 @@ QJsonObject toJson(const ArchiveReport& report)
             {u"opens"_s, opens},
             {u"candidates"_s, candidates},
             {u"excluded"_s, QJsonArray::fromStringList(report.excluded)},
+            {u"installer"_s, toJson(report.installer)},
             {u"unzip"_s, report.unzipCode ? QJsonValue(*report.unzipCode) : QJsonValue()},
             {u"findings"_s, toJson(report.findings)}};
 }
@@ -262,9 +285,10 @@ private:
 
 int runArchive(const QStringList& arguments, QTextStream& out, QTextStream& err)
 {
-    CommandLine line(u"archive"_s, u"Tells which item of an archive the client opens on each "
-                                   "processor, and what would keep it from that."_s);
-    line.addArgument(u"FILE.zip..."_s, u"Archives."_s, true);
+    CommandLine line(u"archive"_s, u"Tells what an installer would bring; of an archive also "
+                                   "which item the client opens on each processor, and what would "
+                                   "keep it from that."_s);
+    line.addArgument(u"FILE..."_s, u"Archives, packages, disk images."_s, true);
     line.addPlace(previousName, u"Compare with <FILE>, the release before."_s, u"FILE"_s);
     line.addShared(CommandLine::Strict | CommandLine::Json);
     if (const auto status = line.read(arguments, out, err)) {

@@ -3,15 +3,11 @@
 #include "companion/archive/bundlerules.h"
 #include "companion/archive/unzipresult.h"
 #include "companion/report/texttable.h"
-#include "profiler/versionorder.h"
-#include "system/sysprofiler.h"
 
 #include <QHash>
 #include <QSet>
-#include <QTemporaryFile>
 
 #include <algorithm>
-#include <optional>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -75,37 +71,6 @@ void checkChoice(const ArchiveContent& archive, const QString& processor,
                 u"the best item for %1 is %2"_s.arg(processor, quoted(best.path)));
     }
     checkTies(candidates, findings);
-}
-
-/// The version that the client would read from an installed bundle with this property list; nothing
-/// where no file can be made to read it from.
-std::optional<QString> bundleVersion(const QByteArray& propertyList)
-{
-    QTemporaryFile file;
-    if (!file.open() || file.write(propertyList) != propertyList.size() || !file.flush()) {
-        return std::nullopt;
-    }
-    file.close();
-    return SysProfiler::firstWord(SysProfiler::findBundleVersion(file.fileName()));
-}
-
-Finding comparedVersions(const QString& bundle, const QString& version,
-                         const QString& catalogueVersion)
-{
-    const int order = compareVersions(version, catalogueVersion);
-    if (order == 0) {
-        return {};
-    }
-    const bool hasNumber =
-        std::any_of(version.cbegin(), version.cend(), [](QChar c) { return c.isDigit(); });
-    if (!hasNumber) {
-        return {u"bundle-word"_s,
-                u"of the version of %1 the client keeps %2"_s.arg(quoted(bundle), quoted(version))};
-    }
-    return {u"bundle-version"_s,
-            u"%1 has version %2, which is %3 than the catalogue's %4"_s.arg(
-                quoted(bundle), quoted(version), order < 0 ? u"older"_s : u"newer"_s,
-                quoted(catalogueVersion))};
 }
 
 /// What is wrong with names that lie on the disk.
@@ -190,36 +155,6 @@ QList<Finding> repetitionFindings(const ArchiveContent& archive, const ArchiveCo
         if (!name.isEmpty() && name == previous.candidates(processor).value(0).name) {
             addOnce(findings, u"archive-same-item"_s,
                     u"%1 is the previous release's item too"_s.arg(quoted(name)));
-        }
-    }
-    return findings;
-}
-
-QList<Finding> bundleFindings(const ArchiveContent& archive, const QString& catalogueVersion)
-{
-    Findings findings;
-    for (const QString& processor : processors()) {
-        const QString bundle = archive.candidates(processor).value(0).path;
-        if (!bundle.endsWith(".app"_L1, Qt::CaseInsensitive)) {
-            continue;
-        }
-        const QByteArray list = archive.content(bundle + "/Contents/Info.plist"_L1);
-        const std::optional<QString> version = bundleVersion(list);
-        Finding finding;
-        if (!version) {
-            finding = {u"archive-untried"_s,
-                       u"the version of %1 was not read, as no temporary file can be made"_s.arg(
-                           quoted(bundle))};
-        } else if (version->isEmpty() && list.startsWith("bplist")) {
-            finding = {u"bundle-unread"_s,
-                       u"the property list of %1 is no XML text"_s.arg(quoted(bundle))};
-        } else if (version->isEmpty()) {
-            finding = {u"bundle-version"_s, u"%1 has no version"_s.arg(quoted(bundle))};
-        } else {
-            finding = comparedVersions(bundle, *version, catalogueVersion);
-        }
-        if (!finding.rule.isEmpty()) {
-            addOnce(findings, finding.rule, finding.problem);
         }
     }
     return findings;

@@ -18,7 +18,3 @@
 /// opened of the release before, @p previous.
 [[nodiscard]] QList<Finding> repetitionFindings(const ArchiveContent& archive,
                                                 const ArchiveContent& previous);
-
-/// Whether the bundle that the client would open has the version that the catalogue tells.
-[[nodiscard]] QList<Finding> bundleFindings(const ArchiveContent& archive,
-                                            const QString& catalogueVersion);

@@ -3,6 +3,8 @@
 #include "companion/archive/archiverules.h"
 #include "companion/catalogue/fileending.h"
 #include "companion/catalogue/filetype.h"
+#include "companion/installer/installerreader.h"
+#include "companion/installer/installerrules.h"
 #include "companion/report/progress.h"
 #include "companion/report/texttable.h"
 #include "install/downloadtarget.h"
@@ -124,8 +126,8 @@ public:
         } else if (const QString wrong = wrongFileType(path, entry.fileName);
                    !wrong.isEmpty() && !isSelfExtracting(entry, path)) {
             m_report.add(entry.line, u"file-type"_s, shown(entry) + u' ' + wrong);
-        } else if (isArchive(entry.fileName)) {
-            checkArchive(entry, path);
+        } else {
+            checkContent(entry, path);
         }
     }
 
@@ -188,16 +190,24 @@ private:
         return archiveFindings(archive, unpackArchive(path, m_goesOn));
     }
 
-    void checkArchive(const CatalogueEntry& entry, const QString& path)
+    void checkContent(const CatalogueEntry& entry, const QString& path)
     {
-        const ArchiveContent archive(path);
-        QList<Finding> findings = contentFindings(archive, path);
-        if (archive.error().isEmpty()) {
-            findings += bundleFindings(archive, entry.version);
-            const QString former = m_formerFiles.value(entry.name);
-            if (former != entry.fileName && isArchive(former) && m_names.contains(former)) {
+        const bool isZip = isArchive(entry.fileName);
+        const QString former = m_formerFiles.value(entry.name);
+        const bool hasFormer = former != entry.fileName && m_names.contains(former);
+        QList<Finding> findings;
+        if (isZip) {
+            const ArchiveContent archive(path);
+            findings = contentFindings(archive, path);
+            if (archive.error().isEmpty() && hasFormer && isArchive(former)) {
                 findings += repetitionFindings(archive, ArchiveContent(m_folder.filePath(former)));
             }
+        }
+        const InstallerFacts facts = InstallerReader::read(path);
+        findings += installerFindings(facts, {entry.name, entry.version, entry.fileName});
+        if (hasFormer) {
+            findings += identifierFindings(facts, InstallerReader::read(m_folder.filePath(former)),
+                                           entry.name);
         }
         for (Finding& finding : findings) {
             if (finding.rule == "archive-application"_L1 && isOwnUpdate(entry.name)) {
