@@ -4,6 +4,7 @@
 #include "companion/archive/archive.h"
 #include "companion/catalogue/check.h"
 #include "companion/fleet/forecast.h"
+#include "companion/line/line.h"
 #include "companion/log/explain.h"
 #include "companion/manual.h"
 #include "companion/preview/preview.h"
@@ -33,6 +34,7 @@ QList<Command> commands()
          runForecast},
         {u"archive"_s, u"tell what an installer brings, and what each client opens in an archive"_s,
          runArchive},
+        {u"line"_s, u"write a catalogue's line for an installer"_s, runLine},
         {u"explain"_s, u"name the troubles that a user's log shows"_s, runExplain},
     };
 }
