@@ -9,6 +9,7 @@ import subprocess
 import zipfile
 
 import containers
+import images
 from bundles import Bundle, Entry, program
 
 UNKNOWN = {"unknown": True}
@@ -260,8 +261,56 @@ class Shapes:
             path = self.keep(f"packed-{name.replace('/', '-')}.zip", "zip",
                              item([bundle], path=name))
             containers.zip_archive(path, [Entry(name, package, 0o644)])
+        image = images.udif([images.hfs_plus(bundle.entries())])
+        path = self.keep("packed-image.zip", "zip", item([bundle], path="Synth.dmg"))
+        containers.zip_archive(path, [Entry("Synth.dmg", image, 0o644)])
         old = [Entry("Synth.pkg/Contents/Archive.pax.gz", b"x", 0o644)]
         containers.zip_archive(self.keep("packed-old.zip", "zip", unknown_item()), old)
+
+    # Disk images
+
+    def image(self, name, volumes, *items, **how):
+        self.add(f"{name}.dmg", "image", images.udif(volumes, **how), *items)
+
+    def images(self):
+        bundle = Bundle(extra=[Entry("Contents/Current", target="Resources")])
+        link = Entry("Applications", target="/Applications")
+        volume = images.hfs_plus(bundle.entries() + [link])
+        for kind in images.KINDS:
+            self.image(f"kind-{kind}", [volume], item([bundle]), kind=kind)
+            self.image(f"pieces-{kind}", [volume], item([bundle]), kind=kind, piece=8192)
+        self.image("licence", [volume], item([bundle]), licence=True)
+        self.image("case", [images.hfs_plus(bundle.entries(), case_sensitive=True)], item([bundle]))
+        many = [Entry(f"files/{i:04}", b"x") for i in range(200)]
+        self.image("many", [images.hfs_plus(bundle.entries() + many)], item([bundle]))
+        for form in ("xml", "binary", "old"):
+            one = Bundle(form=form, version="3.1 (7)")
+            self.image(f"list-{form}", [images.hfs_plus(one.entries())], item([one]))
+        for processors in (("arm64",), ("x86_64",), ("i386", "x86_64")):
+            one = Bundle(processors=processors)
+            self.image(f"for-{'-'.join(processors)}", [images.hfs_plus(one.entries())], item([one]))
+        other = Bundle(name="Tuner", version="1.1", identifier="org.example.tuner")
+        self.image("two", [images.hfs_plus(bundle.entries() + other.entries())],
+                   item([bundle, other]))
+        self.image("volumes", [volume, images.hfs_plus(other.entries(), "Second")],
+                   item([bundle, other]))
+        uninstaller = Bundle(name="Uninstall Synth")
+        self.image("uninstaller-image",
+                   [images.hfs_plus(bundle.entries() + uninstaller.entries())], item([bundle]))
+        self.image("folder", [images.hfs_plus(Bundle(folder="Synth 2.5/").entries())],
+                   item([bundle]))
+        self.image("volume-name", [images.hfs_plus(bundle.entries(), "Other name")],
+                   item([bundle]))
+        package = containers.xar({"PackageInfo": containers.package_info(),
+                                  "Payload": gzipped(bundle.entries())})
+        inside = [Entry("Install.pkg", package, 0o644), Entry("ReadMe.txt", b"read me", 0o644)]
+        self.image("with-package", [images.hfs_plus(inside)], item([bundle]))
+        self.image("with-both", [images.hfs_plus(inside + bundle.entries())], unknown_item())
+        self.image("nothing-seen", [images.hfs_plus([Entry("ReadMe.txt", b"x")])], unknown_item())
+        whole = images.udif([volume])
+        self.add("image-cut.dmg", "image", whole[: len(whole) // 2] + whole[-512:], unknown_item())
+        self.add("no-image.dmg", "image", b"x" * 2000, unknown_item())
+        self.add("no-volume.dmg", "image", images.udif([b"x" * 81920]), unknown_item())
 
 
 def bundle_path(bundle):
