@@ -130,15 +130,6 @@ QString decoded(const QByteArray& bytes)
 
 } // namespace
 
-KnownText PropertyList::text(const QString& key) const
-{
-    if (!error.isEmpty()) {
-        return unknownText(u"its property list cannot be read: %1"_s.arg(error));
-    }
-    const auto value = values.constFind(key);
-    return {value == values.cend() ? QString() : value->text.trimmed(), {}};
-}
-
 PropertyList readPropertyList(const QByteArray& bytes)
 {
     if (bytes.startsWith("bplist")) {
