@@ -7,6 +7,7 @@ cd "$(dirname "$0")/.."
 # shellcheck source=scripts/common.sh
 . scripts/common.sh
 
-install_missing nginx=nginx-light curl=curl python3=python3 unzip=unzip taskset=util-linux
+install_missing_with_companion nginx=nginx-light curl=curl python3=python3 unzip=unzip \
+    taskset=util-linux
 build_preset release quillmere_bench
 QT_QPA_PLATFORM=offscreen exec build/release/quillmere_bench "$@"

@@ -4,8 +4,11 @@
 
 # What the build needs, as "package" or as "command=package" where the command is enough: however
 # it came onto the machine, nothing is installed then.
-BUILD_PACKAGES="c++=g++ cmake=cmake ninja=ninja-build qt6-base-dev libzip-dev fonts-dejavu-core"
-BUILD_FORMULAS="cmake ninja qtbase libzip"
+BUILD_PACKAGES="c++=g++ cmake=cmake ninja=ninja-build qt6-base-dev fonts-dejavu-core"
+BUILD_FORMULAS="cmake ninja qtbase"
+# What the publisher's companion needs besides; without it the companion is left out.
+COMPANION_PACKAGES="libzip-dev libarchive-dev liblzma-dev libplist-dev 7z=p7zip-full"
+COMPANION_FORMULAS="libzip libarchive xz libplist sevenzip"
 
 say() {
     printf '%s\n' "$*"
@@ -90,6 +93,17 @@ install_missing() {
     else
         # shellcheck disable=SC2086 # a list of names
         install_packages $BUILD_PACKAGES "$@"
+    fi
+}
+
+# The same, and what the publisher's companion needs.
+install_missing_with_companion() {
+    if on_mac; then
+        # shellcheck disable=SC2086 # a list of names
+        install_formulas $BUILD_FORMULAS $COMPANION_FORMULAS
+    else
+        # shellcheck disable=SC2086 # a list of names
+        install_packages $BUILD_PACKAGES $COMPANION_PACKAGES "$@"
     fi
 }
 
