@@ -1,6 +1,7 @@
 #include "companion/catalogue/check.h"
 
 #include "commandrun.h"
+#include "packagemaker.h"
 #include "companion/catalogue/namerules.h"
 #include "companion/report/rules.h"
 #include "support/httpserver.h"
@@ -141,6 +142,8 @@ private Q_SLOTS:
     void thoroughNeedsFiles();
     void comparesTheItemWithThePreviousRelease_data();
     void comparesTheItemWithThePreviousRelease();
+    void looksAtThePackages_data();
+    void looksAtThePackages();
     void comparesTheIdentifierWithThePreviousRelease();
     void readsTheBeginningsOfItemsOnly();
 
@@ -733,10 +736,10 @@ void TestCheck::looksAtTheArchives_data() // NOLINT(readability-function-size): 
     row("a newer bundle", bundleZip(plist("1.1")), {app, u"2 bundle-version"_s});
     row("a bundle whose version begins with a word", bundleZip(plist("Release 1.0")),
         {app, u"2 bundle-word"_s});
-    row("a bundle without a version", bundleZip("<plist/>"), {app, u"2 bundle-version"_s});
+    row("a bundle without a version", bundleZip("<plist><dict/></plist>"),
+        {app, u"2 bundle-version"_s});
     row("a property list that cannot be read", bundleZip("bplist00..."),
-        {app, u"2 bundle-unread"_s});
-    row("another application", bundleZip(plist("1.0"), "Other.app"), {app, u"2 bundle-name"_s});
+        {app, u"2 bundle-list"_s});
 }
 
 void TestCheck::looksAtTheArchives()
@@ -850,23 +853,68 @@ void TestCheck::comparesTheItemWithThePreviousRelease()
     note(findings);
 }
 
+void TestCheck::looksAtThePackages_data()
+{
+    QTest::addColumn<QByteArray>("fileName");
+    QTest::addColumn<QByteArray>("package");
+    QTest::addColumn<QStringList>("findings");
+
+    const auto row = [](const char* what, const QList<PackedFile>& files,
+                        const QStringList& findings, const QByteArray& fileName = "tool.pkg") {
+        QTest::newRow(what) << fileName << packageOf(files) << findings;
+    };
+    const auto tool = [](const QByteArray& list, const QByteArray& program = armProgram()) {
+        return bundleFiles("Tool", list, program);
+    };
+    row("what the line says", tool(bundleList("1.0")), {});
+    row("a bundle whose name goes on", bundleFiles("Tool 7", bundleList("1.0"), armProgram()), {});
+    row("another application", bundleFiles("Other", bundleList("1.0"), armProgram()),
+        {u"2 bundle-name"_s});
+    row("nothing in /Applications", {{"./ReadMe.txt", "x"}}, {});
+    row("an older one", tool(bundleList("0.9")), {u"2 bundle-version"_s});
+    row("a newer one", tool(bundleList("1.1")), {u"2 bundle-version"_s});
+    row("one that compares as equal", tool(bundleList("1.0.1")), {});
+    row("no version", tool("<plist><dict/></plist>"), {u"2 bundle-version"_s});
+    row("a version that begins with a word", tool(bundleList("Release 1.0")), {u"2 bundle-word"_s});
+    row("a version that is no text",
+        tool("<plist><dict><key>CFBundleShortVersionString</key><dict><key>a</key><true/></dict>"
+             "</dict></plist>"),
+        {u"2 bundle-unread"_s});
+    row("a property list that nobody can read", tool("bplist00..."), {u"2 bundle-list"_s});
+    row("a property list that breaks off", tool(bundleList("1.0").chopped(10)),
+        {u"2 bundle-list"_s});
+    row("a program for another processor than the name says",
+        tool(bundleList("1.0"), intelProgram()), {u"2 bundle-processor"_s}, "tool-arm64.pkg");
+    row("a program for the processor that the name says", tool(bundleList("1.0"), intelProgram()),
+        {}, "tool-x86_64.pkg");
+}
+
+void TestCheck::looksAtThePackages()
+{
+    QFETCH(QByteArray, fileName);
+    QFETCH(QByteArray, package);
+    QFETCH(QStringList, findings);
+    write("soft/"_L1 + QString::fromLatin1(fileName), package);
+    QCOMPARE(check(catalogue({entry("Tool", "1.0", fileName)}),
+                   {u"--files"_s, m_home->path() + "/soft"_L1}),
+             findings);
+    note(findings);
+}
+
 void TestCheck::comparesTheIdentifierWithThePreviousRelease()
 {
-    const auto zip = [](const QByteArray& name, const QByteArray& identifier) {
-        return bundleZip("<plist><dict><key>CFBundleShortVersionString</key><string>2.0</string>"
-                         "<key>CFBundleIdentifier</key><string>" +
-                             identifier + "</string></dict></plist>",
-                         name);
+    const auto package = [](const QByteArray& version, const QByteArray& identifier) {
+        return packageOf(bundleFiles("Tool", bundleList(version, identifier), armProgram()));
     };
-    write(u"soft/tool-1.zip"_s, zip("Tool 1.app", "org.example.former"));
-    const QString old = write(u"old.csv"_s, catalogue({entry("Tool", "1.0", "tool-1.zip")}));
+    write(u"soft/tool-1.pkg"_s, package("1.0", "org.example.former"));
+    const QString old = write(u"old.csv"_s, catalogue({entry("Tool", "1.0", "tool-1.pkg")}));
     const QStringList arguments = {u"--files"_s, m_home->path() + "/soft"_L1, u"--published"_s,
                                    old};
-    write(u"soft/tool-2.zip"_s, zip("Tool 2.app", "org.example.former"));
-    const QByteArray text = catalogue({entry("Tool", "2.0", "tool-2.zip")});
-    QCOMPARE(check(text, arguments), QStringList{u"tool-1.zip file-unnamed"_s});
-    write(u"soft/tool-2.zip"_s, zip("Tool 2.app", "org.example.other"));
-    const QStringList findings = {u"tool-1.zip file-unnamed"_s, u"2 bundle-identifier"_s};
+    write(u"soft/tool-2.pkg"_s, package("2.0", "org.example.former"));
+    const QByteArray text = catalogue({entry("Tool", "2.0", "tool-2.pkg")});
+    QCOMPARE(check(text, arguments), QStringList());
+    write(u"soft/tool-2.pkg"_s, package("2.0", "org.example.other"));
+    const QStringList findings = {u"2 bundle-identifier"_s};
     QCOMPARE(check(text, arguments), findings);
     note(findings);
 }

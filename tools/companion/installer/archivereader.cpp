@@ -112,7 +112,9 @@ BundleCollector::Entry ArchiveReader::entry() const
 {
     BundleCollector::Entry entry;
     // As bytes: libarchive's own conversion depends on the locale.
-    entry.path = memberPath(archive_entry_pathname(m_entry));
+    const std::optional<QString> path = memberPath(archive_entry_pathname(m_entry));
+    entry.path = path.value_or(QString());
+    entry.leadsOut = !path;
     if (archive_entry_filetype(m_entry) == AE_IFDIR) {
         entry.kind = BundleCollector::Folder;
     } else if (archive_entry_filetype(m_entry) != AE_IFREG || archive_entry_hardlink(m_entry)) {

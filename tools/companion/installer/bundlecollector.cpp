@@ -52,6 +52,21 @@ QString programName(const QString& part)
                                                             : QString();
 }
 
+/// Whether @p part is a folder that what is read lies in, or is read itself.
+bool isOnTheWay(const QString& part)
+{
+    return part == "Contents"_L1 || part == "Contents/MacOS"_L1 || isInfoPlist(part);
+}
+
+/// The first of @p links that @p part is, or lies in; empty where there is none.
+QString linkBefore(const QString& part, const QStringList& links)
+{
+    const auto found = std::find_if(links.cbegin(), links.cend(), [&part](const QString& link) {
+        return part.startsWith(link, Qt::CaseInsensitive);
+    });
+    return found == links.cend() ? QString() : *found;
+}
+
 QString scanName(const QString& location)
 {
     const QStringList names = parseBundlePaths(location.toUtf8() + '\n').keys();
@@ -138,7 +153,11 @@ qsizetype BundleCollector::addPart(Bundle& bundle, const QString& part, const En
         bundle.programs.insert(name, {{}, entry.kind, entry.isExecutable});
         return entry.kind == File ? wanted(programHeadSize) : 0;
     }
-    if (entry.kind == Folder) {
+    // Links are not followed: where they lead is told by the disk alone.
+    if (entry.kind == Link && isOnTheWay(part)) {
+        bundle.links.append(part);
+    }
+    if (entry.kind != File) {
         return 0;
     }
     if (isInfoPlist(part)) {
@@ -206,6 +225,10 @@ void BundleCollector::readPropertyList(const Bundle& bundle, BundleFacts& facts,
     const auto allUnknown = [&facts](const QString& reason) {
         facts.version = facts.identifier = facts.minimumSystem = unknownText(reason);
     };
+    if (const QString link = linkBefore(usualInfoPlist, bundle.links); !link.isEmpty()) {
+        allUnknown(u"its %1 is a link"_s.arg(link));
+        return;
+    }
     if (bundle.infoPlistPart.isEmpty()) {
         if (bundle.wrappedInfoPlist.isEmpty()) {
             facts.faults.append(u"it has no Contents/Info.plist"_s);
@@ -216,10 +239,12 @@ void BundleCollector::readPropertyList(const Bundle& bundle, BundleFacts& facts,
         return; // the client finds no version either
     }
     if (bundle.infoPlist.size() > largestPropertyList) {
+        facts.listError = u"it is larger than 4 MiB"_s;
         allUnknown(u"its property list is larger than 4 MiB"_s);
         return;
     }
     const PropertyList list = ::readPropertyList(bundle.infoPlist);
+    facts.listError = list.error;
     facts.version = clientVersion(bundle.infoPlist);
     facts.identifier = list.text(u"CFBundleIdentifier"_s);
     facts.minimumSystem = list.text(u"LSMinimumSystemVersion"_s);
@@ -236,6 +261,11 @@ void BundleCollector::readPropertyList(const Bundle& bundle, BundleFacts& facts,
 void BundleCollector::readProgram(const Bundle& bundle, const QString& name, BundleFacts& facts)
 {
     const auto program = bundle.programs.constFind(name);
+    const QString link = linkBefore(u"Contents/MacOS/"_s, bundle.links);
+    if (program == bundle.programs.cend() && !link.isEmpty()) {
+        facts.processors.unknown = u"its %1 is a link"_s.arg(link);
+        return;
+    }
     if (program == bundle.programs.cend()) {
         facts.processors.unknown = u"it has no program %1"_s.arg(quoted(name));
         if (bundle.wrappedInfoPlist.isEmpty()) {

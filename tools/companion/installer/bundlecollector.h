@@ -21,10 +21,11 @@ public:
     };
     struct Entry
     {
-        QString path; ///< from "/", as it will lie on the disk
+        QString path; ///< from "/", as it will lie on the disk; empty where it does not matter
         Kind kind = File;
         bool isExecutable = false;
-        qint64 changed = 0; ///< seconds since 1970; 0 when it is not told
+        qint64 changed = 0;    ///< seconds since 1970; 0 when it is not told
+        bool leadsOut = false; ///< its name has ".." steps or is no UTF-8: there is no path
     };
 
     /// Takes one entry; returns how many of the file's first bytes are wanted, which may be none.
@@ -51,6 +52,7 @@ private:
         QByteArray wrappedInfoPlist;
         QHash<QString, Program> programs; ///< of Contents/MacOS, by name
         QSet<QString> copies;             ///< of what is a link in a framework
+        QStringList links;                ///< on the way to what is read
         qint64 newest = 0;
     };
 

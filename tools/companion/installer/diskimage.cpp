@@ -124,6 +124,11 @@ private:
     void readVolume(const QString& image, const QList<Entry>& entries)
     {
         const QString folder = volumeFolder(entries);
+        if (std::any_of(entries.cbegin(), entries.cend(),
+                        [](const Entry& entry) { return entry.leadsOut; })) {
+            setUnknown(u"a name in it leads out, or is no UTF-8"_s);
+            return;
+        }
         BundleCollector collector;
         for (const QString& item : visibleItems(entries, folder)) {
             if (isPackage(item)) {

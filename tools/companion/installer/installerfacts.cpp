@@ -52,6 +52,7 @@ QJsonObject toJson(const BundleFacts& bundle)
     return {{u"location"_s, bundle.location},
             {u"name"_s, bundle.name},
             {u"version"_s, toJson(bundle.version)},
+            {u"propertyListError"_s, bundle.listError},
             {u"identifier"_s, toJson(bundle.identifier)},
             {u"minimumSystem"_s, toJson(bundle.minimumSystem)},
             {u"processors"_s, toJson(bundle.processors)},
@@ -65,6 +66,7 @@ BundleFacts bundleFrom(const QJsonObject& object)
     bundle.location = object.value(u"location"_s).toString();
     bundle.name = object.value(u"name"_s).toString();
     bundle.version = textFrom(object.value(u"version"_s));
+    bundle.listError = object.value(u"propertyListError"_s).toString();
     bundle.identifier = textFrom(object.value(u"identifier"_s));
     bundle.minimumSystem = textFrom(object.value(u"minimumSystem"_s));
     const QJsonValue processors = object.value(u"processors"_s);

@@ -12,6 +12,7 @@ struct BundleFacts
     QString location;  ///< where it will lie, for example "/Applications/Synth.app"
     QString name;      ///< by which the client's scan knows it, for example "Synth"
     KnownText version; ///< as the client reads it; empty where the client reads none
+    QString listError; ///< why its property list cannot be read to its end; empty when it can
     KnownText identifier;
     KnownText minimumSystem;
     Known<QStringList> processors; ///< ascending

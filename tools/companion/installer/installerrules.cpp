@@ -26,9 +26,21 @@ QString shown(const InstallerItem& item, const BundleFacts& bundle)
     return quoted(item.kind == "application"_L1 ? item.path : bundle.location);
 }
 
+void checkPropertyList(const InstallerItem& item, const BundleFacts& bundle, Findings& findings)
+{
+    if (!bundle.listError.isEmpty()) {
+        addOnce(findings, u"bundle-list"_s,
+                u"the property list of %1 cannot be read: %2"_s.arg(shown(item, bundle),
+                                                                    printable(bundle.listError)));
+    }
+}
+
 void checkVersion(const InstallerItem& item, const BundleFacts& bundle, const QString& version,
                   Findings& findings)
 {
+    if (bundle.version.value.isEmpty() && !bundle.listError.isEmpty()) {
+        return; // told already
+    }
     if (!bundle.version.isKnown()) {
         addOnce(findings, u"bundle-unread"_s,
                 u"the version of %1 is not known: %2"_s.arg(shown(item, bundle),
@@ -44,13 +56,14 @@ void checkVersion(const InstallerItem& item, const BundleFacts& bundle, const QS
     const bool hasNumber =
         std::any_of(own.cbegin(), own.cend(), [](QChar c) { return c.isDigit(); });
     if (order != 0 && !hasNumber) {
-        addOnce(findings, u"bundle-word"_s,
-                u"of the version of %1 the client keeps %2"_s.arg(shown(item, bundle), quoted(own)));
+        addOnce(
+            findings, u"bundle-word"_s,
+            u"of the version of %1 the client keeps %2"_s.arg(shown(item, bundle), quoted(own)));
     } else if (order != 0) {
         addOnce(findings, u"bundle-version"_s,
                 u"%1 has version %2, which is %3 than the catalogue's %4"_s.arg(
-                    shown(item, bundle), quoted(own),
-                    order < 0 ? u"older"_s : u"newer"_s, quoted(version)));
+                    shown(item, bundle), quoted(own), order < 0 ? u"older"_s : u"newer"_s,
+                    quoted(version)));
     }
 }
 
@@ -125,6 +138,7 @@ QList<Finding> installerFindings(const InstallerFacts& facts, const CatalogueCla
                         namesOf(item), quoted(claim.name)));
             continue;
         }
+        checkPropertyList(item, *bundle, findings);
         checkVersion(item, *bundle, claim.version, findings);
         checkProcessor(item, *bundle, claim.fileName, findings);
         if (!item.path.isEmpty()) {

@@ -15,6 +15,9 @@ QString collectMembers(MemberReader& archive, const MemberPlace& place, BundleCo
             return u"it is larger than is read"_s;
         }
         BundleCollector::Entry entry = archive.entry();
+        if (entry.leadsOut) {
+            return u"a name in it leads out, or is no UTF-8"_s;
+        }
         entry.path = entry.path.isEmpty() ? QString() : place(entry.path);
         const qsizetype wanted = collector.add(entry);
         if (wanted > 0) {
@@ -27,11 +30,12 @@ QString collectMembers(MemberReader& archive, const MemberPlace& place, BundleCo
     return archive.error();
 }
 
-QString memberPath(const char* bytes)
+std::optional<QString> memberPath(const char* bytes)
 {
     QStringDecoder decode(QStringDecoder::Utf8);
     const QString path = decode(QByteArrayView(bytes ? bytes : ""));
     QStringList steps = path.split(u'/', Qt::SkipEmptyParts);
     steps.removeAll(u"."_s);
-    return decode.hasError() || steps.contains(u".."_s) ? QString() : steps.join(u'/');
+    return decode.hasError() || steps.contains(u".."_s) ? std::nullopt
+                                                        : std::optional(steps.join(u'/'));
 }

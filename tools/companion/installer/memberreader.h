@@ -5,6 +5,7 @@
 #include <QByteArray>
 
 #include <functional>
+#include <optional>
 
 /// The files, folders and links of an archive, one after another.
 class MemberReader
@@ -18,7 +19,7 @@ public:
     [[nodiscard]] virtual bool next() = 0;
     /// What went wrong; empty when nothing did.
     [[nodiscard]] virtual QString error() const = 0;
-    /// The member; its path is without a leading "/", and empty where it leads out or is no UTF-8.
+    /// The member; its path is without a leading "/".
     [[nodiscard]] virtual BundleCollector::Entry entry() const = 0;
     /// The bytes of its content.
     [[nodiscard]] virtual qint64 size() const = 0;
@@ -34,5 +35,6 @@ using MemberPlace = std::function<QString(const QString& path)>;
 [[nodiscard]] QString collectMembers(MemberReader& archive, const MemberPlace& place,
                                      BundleCollector& collector);
 
-/// The path that @p bytes are as UTF-8, without empty and "." steps; empty where it has ".." steps.
-[[nodiscard]] QString memberPath(const char* bytes);
+/// The path that @p bytes are as UTF-8, without empty and "." steps; nothing where it has ".."
+/// steps or is no UTF-8.
+[[nodiscard]] std::optional<QString> memberPath(const char* bytes);

@@ -55,7 +55,9 @@ void addLine(const QByteArray& line, BundleCollector::Entry& entry)
     const QByteArray key = line.first(std::max<qsizetype>(sign, 0));
     const QByteArray value = line.mid(sign + 3);
     if (key == "Path") {
-        entry.path = memberPath(value.constData());
+        const std::optional<QString> path = memberPath(value.constData());
+        entry.path = path.value_or(QString());
+        entry.leadsOut = !path;
     } else if (key == "Folder" && value == "+") {
         entry.kind = BundleCollector::Folder;
     } else if (key == "Mode" && !value.isEmpty()) {

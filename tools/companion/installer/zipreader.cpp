@@ -66,7 +66,8 @@ BundleCollector::Entry ZipReader::entry() const
     const zip_stat_t told = about(m_zip.get(), m_next - 1);
 
     BundleCollector::Entry entry;
-    entry.path = memberPath(name);
+    // What unzip does with a name that leads out is told by the rules of archives.
+    entry.path = memberPath(name).value_or(QString());
     const quint32 mode = attributes >> 16;
     if (name && QByteArrayView(name).endsWith('/')) {
         entry.kind = BundleCollector::Folder;

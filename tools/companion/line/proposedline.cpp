@@ -48,8 +48,9 @@ Known<ProposedLine> proposedLine(const InstallerFacts& facts, const QString& fil
         } else if (first.value.name != bundle.value.name ||
                    first.value.version != bundle.value.version) {
             return {{},
-                    u"each processor's client gets another application: %1 and %2"_s.arg(
-                        quoted(first.value.name), quoted(bundle.value.name))};
+                    u"each processor's client gets another application: %1 %2 and %3 %4"_s.arg(
+                        quoted(first.value.name), first.value.version.value,
+                        quoted(bundle.value.name), bundle.value.version.value)};
         }
     }
     const BundleFacts& bundle = first.value;

@@ -333,6 +333,10 @@ QList<Rule> archiveRules() // NOLINT(readability-function-size): a table
         {u"bundle-unread"_s, Severity::Note, u"The bundle's version is not known."_s,
          u"What the client reads from it once it is installed may differ from the catalogue."_s,
          u"Install it on a Mac and look at the row."_s},
+        {u"bundle-list"_s, Severity::Warning, u"The bundle's property list is damaged."_s,
+         u"A Mac does not start it, or the client reads no version: the row says for ever that an "
+         "update is available."_s,
+         u"Make the installer anew from a bundle that starts."_s},
         {u"bundle-name"_s, Severity::Error,
          u"The installer brings no application that the entry stands for."_s,
          u"Whoever installs it is told the same again: that it is not installed."_s,
