@@ -22,8 +22,9 @@ case $seconds in *[!0-9]* | "") fail "usage: fuzz/run.sh [SECONDS [TARGET...]]" 
 targets=$*
 [ -n "$targets" ] || targets=$(ls fuzz/corpus)
 
+# shellcheck disable=SC2086 # a list of names
 on_mac || install_packages clang++=clang libclang-rt-dev llvm-symbolizer=llvm cmake=cmake \
-    ninja=ninja-build qt6-base-dev libzip-dev
+    ninja=ninja-build qt6-base-dev $COMPANION_PACKAGES
 build_preset fuzz quillmere_fuzzers
 
 corpus=build/fuzz/corpus
@@ -44,7 +45,7 @@ fuzz() { # TARGET: one line on standard output, and more of a finding
     local target=$1 log=$findings/$1.log dictionary=()
     touch "$TMPDIR/failed-$target" # until it has ended well
     mkdir -p "$corpus/$target"
-    case $target in configuration | propertylist) dictionary=(-dict=fuzz/xml.dict) ;; esac
+    case $target in bundlelist | configuration | packageparts | propertylist) dictionary=(-dict=fuzz/xml.dict) ;; esac
     if "build/fuzz/fuzz/fuzz_$target" ${dictionary[@]+"${dictionary[@]}"} -max_len=512 -timeout=20 \
         -rss_limit_mb=1024 -max_total_time="$seconds" -print_final_stats=1 \
         -artifact_prefix="$findings/$target-" "$corpus/$target" "fuzz/corpus/$target" \
