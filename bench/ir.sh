@@ -7,7 +7,7 @@ cd "$(dirname "$0")/.."
 # shellcheck source=scripts/common.sh
 . scripts/common.sh
 
-install_missing nginx=nginx-light valgrind=valgrind
+install_missing_with_companion nginx=nginx-light valgrind=valgrind
 build_preset release quillmere_bench
 
 # Workload, its smaller and its larger size, and the most instructions that one more may cost; 0

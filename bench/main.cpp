@@ -2,6 +2,7 @@
 #include "cases.h"
 #include "cataloguecheck.h"
 #include "console.h"
+#include "installers.h"
 #include "samplehome.h"
 
 #include <QApplication>
@@ -28,17 +29,19 @@ QList<T> joined(const QList<QList<T>>& lists)
 
 QList<BenchmarkCase> allCases()
 {
-    return joined<BenchmarkCase>(
-        {tableCases(),
-         catalogueCases(),
-         inventoryCases(),
-         downloadCases(),
-         startCases(),
-         wholeCases(),
-         logCases(),
-         companionCases(),
-         fleetCases(),
-         {{u"check"_s, catalogueCheck}, {u"check-shuffled"_s, shuffledCatalogueCheck}}});
+    return joined<BenchmarkCase>({tableCases(),
+                                  catalogueCases(),
+                                  inventoryCases(),
+                                  downloadCases(),
+                                  startCases(),
+                                  wholeCases(),
+                                  logCases(),
+                                  companionCases(),
+                                  fleetCases(),
+                                  {{u"check"_s, catalogueCheck},
+                                   {u"check-shuffled"_s, shuffledCatalogueCheck},
+                                   {u"package"_s, packageContents},
+                                   {u"installers"_s, installerCheck}}});
 }
 
 QList<Workload> allWorkloads()
