@@ -6,7 +6,8 @@ cd "$(dirname "$0")"
 # shellcheck source=scripts/common.sh
 . scripts/common.sh
 
-install_missing_with_companion git=git unzip=unzip zip=zip nginx=nginx-light python3=python3 ps=procps \
+install_missing_with_companion git=git unzip=unzip zip=zip bsdtar=libarchive-tools nginx=nginx-light \
+    python3=python3 ps=procps \
     Xvfb=xvfb xauth=xauth openbox=openbox xdotool=xdotool import=imagemagick xwininfo=x11-utils
 processors=$(getconf _NPROCESSORS_ONLN)
 # Most of the long tests wait, so that two for each processor leave none idle.

@@ -31,7 +31,7 @@ install_toolchain() {
     mv "$folder/unpacked" "$folder/$sha512"
 }
 
-install_missing npm=npm python3=python3
+install_missing_with_companion npm=npm python3=python3
 # For the files that Qt's tools make.
 build_preset dev
 build_preset dev quillmere_bench

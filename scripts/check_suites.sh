@@ -34,7 +34,7 @@ stage() {
 
 versions() {
     # shellcheck disable=SC2016 # dpkg's own variables
-    dpkg-query -W -f '${Package} ${Version}\n' g++ clang cmake qt6-base-dev libzip-dev 2>/dev/null || true
+    dpkg-query -W -f '${Package} ${Version}\n' g++ clang cmake qt6-base-dev libzip-dev libarchive-dev liblzma-dev libplist-dev 2>/dev/null || true
 }
 
 step_test() {

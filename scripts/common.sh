@@ -7,7 +7,7 @@
 BUILD_PACKAGES="c++=g++ cmake=cmake ninja=ninja-build qt6-base-dev fonts-dejavu-core"
 BUILD_FORMULAS="cmake ninja qtbase"
 # What the publisher's companion needs besides; without it the companion is left out.
-COMPANION_PACKAGES="libzip-dev libarchive-dev liblzma-dev libplist-dev 7z=p7zip-full"
+COMPANION_PACKAGES="libzip-dev libarchive-dev liblzma-dev libplist-dev 7z=7zip"
 COMPANION_FORMULAS="libzip libarchive xz libplist sevenzip"
 
 say() {

@@ -8,7 +8,7 @@ cd "$(dirname "$0")/.."
 . scripts/common.sh
 
 build=build/coverage
-install_missing_with_companion gcovr=gcovr unzip=unzip zip=zip nginx=nginx-light python3=python3 ps=procps \
+install_missing_with_companion gcovr=gcovr unzip=unzip zip=zip bsdtar=libarchive-tools nginx=nginx-light python3=python3 ps=procps \
     Xvfb=xvfb xauth=xauth openbox=openbox xdotool=xdotool import=imagemagick xwininfo=x11-utils
 build_preset coverage
 find $build -name '*.gcda' -delete

@@ -5,6 +5,7 @@ can know them, "unknown": True. A value that nobody can know is UNKNOWN.
 """
 
 import pathlib
+import shutil
 import subprocess
 import zipfile
 
@@ -109,7 +110,7 @@ class Shapes:
         bundle = Bundle()
         for name, command in {
             "by-zip": ["zip", "-qry"],
-            "by-7z": ["7z", "a", "-tzip", "-bso0", "-bsp0"],
+            "by-7z": [shutil.which("7z") or "7zz", "a", "-tzip", "-bso0", "-bsp0"],
             "by-bsdtar": ["bsdtar", "-c", "--format", "zip", "-f"],
         }.items():
             root = self.folder / "root"

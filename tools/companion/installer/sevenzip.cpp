@@ -17,13 +17,6 @@ namespace {
 constexpr int mostMilliseconds = InstallerLimits::seconds * 1'000;
 constexpr int lastGoodCode = 1; // warnings, for example of a checksum of the whole image
 
-/// Debian's name, then Homebrew's.
-QString program()
-{
-    const QString name = QStandardPaths::findExecutable(u"7z"_s);
-    return name.isEmpty() ? QStandardPaths::findExecutable(u"7zz"_s) : name;
-}
-
 void prepare(QProcess& process)
 {
     process.setStandardInputFile(QProcess::nullDevice());
@@ -75,6 +68,12 @@ void addLine(const QByteArray& line, BundleCollector::Entry& entry)
 
 } // namespace
 
+QString SevenZip::program()
+{
+    const QString name = QStandardPaths::findExecutable(u"7z"_s);
+    return name.isEmpty() ? QStandardPaths::findExecutable(u"7zz"_s) : name;
+}
+
 QList<BundleCollector::Entry> SevenZip::parseListing(const QByteArray& output)
 {
     QList<BundleCollector::Entry> entries;
@@ -92,7 +91,7 @@ QList<BundleCollector::Entry> SevenZip::parseListing(const QByteArray& output)
 SevenZip::Listing SevenZip::list(const QString& archive)
 {
     if (program().isEmpty()) {
-        return {{}, u"7z is missing: p7zip-full (Debian), sevenzip (Homebrew)"_s};
+        return {{}, u"7z is missing: 7zip (Debian), sevenzip (Homebrew)"_s};
     }
     QProcess process;
     prepare(process);

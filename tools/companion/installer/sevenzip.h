@@ -9,6 +9,9 @@
 /// images and their file systems.
 namespace SevenZip {
 
+/// Its path, by either of its usual names, 7z and 7zz; empty where it is missing.
+[[nodiscard]] QString program();
+
 struct Listing
 {
     QList<BundleCollector::Entry> entries; ///< as `7z l` tells them
