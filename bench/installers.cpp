@@ -1,7 +1,7 @@
 #include "installers.h"
 
 #include "companion/installer/installerreader.h"
-#include "companion/packagemaker.h"
+#include "support/packagemaker.h"
 #include "console.h"
 
 #include <QCoreApplication>

@@ -1,8 +1,9 @@
 #include "companion/catalogue/check.h"
 
 #include "commandrun.h"
-#include "packagemaker.h"
+#include "support/packagemaker.h"
 #include "companion/catalogue/namerules.h"
+#include "companion/installer/installerreader.h"
 #include "companion/report/rules.h"
 #include "support/httpserver.h"
 #include "support/privatehome.h"
@@ -144,6 +145,7 @@ private Q_SLOTS:
     void comparesTheItemWithThePreviousRelease();
     void looksAtThePackages_data();
     void looksAtThePackages();
+    void tellsThatNoInstallerCanBeRead();
     void comparesTheIdentifierWithThePreviousRelease();
     void readsTheBeginningsOfItemsOnly();
 
@@ -738,8 +740,7 @@ void TestCheck::looksAtTheArchives_data() // NOLINT(readability-function-size): 
         {app, u"2 bundle-word"_s});
     row("a bundle without a version", bundleZip("<plist><dict/></plist>"),
         {app, u"2 bundle-version"_s});
-    row("a property list that cannot be read", bundleZip("bplist00..."),
-        {app, u"2 bundle-list"_s});
+    row("a property list that cannot be read", bundleZip("bplist00..."), {app, u"2 bundle-list"_s});
 }
 
 void TestCheck::looksAtTheArchives()
@@ -801,7 +802,7 @@ void TestCheck::looksIntoTheArchives()
 void TestCheck::tellsThatNothingCanBeUnpacked()
 {
     write(u"soft/tool.zip"_s, bundleZip(plist("1.0")));
-    const QByteArray text = catalogue({entry("A", "1.0", "tool.zip")});
+    const QByteArray text = catalogue({entry("Tool", "1.0", "tool.zip")});
     const QString folder = m_home->path() + "/soft"_L1;
     const QByteArray former = qgetenv("TMPDIR");
     qputenv("TMPDIR", QFile::encodeName(write(u"file"_s, "no folder")));
@@ -810,9 +811,9 @@ void TestCheck::tellsThatNothingCanBeUnpacked()
     former.isEmpty() ? qunsetenv("TMPDIR") : qputenv("TMPDIR", former);
     const QString untried = u"2 archive-untried"_s;
     const QString application = u"2 archive-application"_s;
-    QCOMPARE(some, (QStringList{application, untried}));
-    QCOMPARE(all, (QStringList{untried, application, untried}));
-    note(some);
+    QCOMPARE(some, QStringList{application});
+    QCOMPARE(all, (QStringList{untried, application}));
+    note(all);
 }
 
 void TestCheck::thoroughNeedsFiles()
@@ -898,6 +899,17 @@ void TestCheck::looksAtThePackages()
     QCOMPARE(check(catalogue({entry("Tool", "1.0", fileName)}),
                    {u"--files"_s, m_home->path() + "/soft"_L1}),
              findings);
+    note(findings);
+}
+
+void TestCheck::tellsThatNoInstallerCanBeRead()
+{
+    write(u"soft/tool.pkg"_s, packageOf(bundleFiles("Tool", bundleList("0.9"), armProgram())));
+    InstallerReader::useProgram(m_home->path() + "/nowhere"_L1);
+    const QStringList findings = check(catalogue({entry("Tool", "1.0", "tool.pkg")}),
+                                       {u"--files"_s, m_home->path() + "/soft"_L1});
+    InstallerReader::useProgram({});
+    QCOMPARE(findings, QStringList{u"2 installer-untried"_s});
     note(findings);
 }
 

@@ -1,7 +1,7 @@
 #include "companion/line/line.h"
 
 #include "commandrun.h"
-#include "packagemaker.h"
+#include "support/packagemaker.h"
 #include "support/privatehome.h"
 #include "support/zipmaker.h"
 

@@ -8,6 +8,10 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <array>
+#include <thread>
+#include <vector>
+
 using namespace Qt::Literals::StringLiterals;
 
 class TestInstallerReader : public QObject
@@ -20,6 +24,9 @@ private Q_SLOTS:
     void saysThatItsReaderFailed_data();
     void saysThatItsReaderFailed();
     void removesTheTemporaryFolder();
+    void endsWhenItIsStopped();
+    void saysWhatOfThisMachineKeepsItFromReading();
+    void readsInSeveralThreads();
     void limitsTheProcess();
     void readsInTheBuiltCompanion();
 
@@ -73,9 +80,9 @@ void TestInstallerReader::keepsWhatIsToldWhole()
     item.bundles = {bundle};
     InstallerItem other;
     other.unknown = u"another reason"_s;
-    const InstallerFacts facts{{item, other}, {}};
+    const InstallerFacts facts{{item, other}, {}, {}};
     QVERIFY(installerFactsFrom(toJson(facts)) == facts);
-    const InstallerFacts none{{}, u"why"_s};
+    const InstallerFacts none{{}, u"why"_s, {}};
     QVERIFY(installerFactsFrom(toJson(none)) == none);
 }
 
@@ -115,6 +122,44 @@ void TestInstallerReader::removesTheTemporaryFolder()
     QVERIFY(QDir::isAbsolutePath(folder));
     QVERIFY(folder.startsWith(QDir::tempPath()));
     QVERIFY(!QFileInfo::exists(folder));
+}
+
+void TestInstallerReader::endsWhenItIsStopped()
+{
+    const QString told = m_folder->filePath(u"told"_s);
+    InstallerReader::useProgram(
+        program("printf '%s' \"$TMPDIR\" >" + QFile::encodeName(told) + "\nexec sleep 1000\n"));
+    const InstallerFacts facts =
+        InstallerReader::read(u"/nowhere/x.zip"_s, [&told] { return QFileInfo(told).size() == 0; });
+    QCOMPARE(facts.unknown, u"its reading was stopped"_s);
+    QCOMPARE(facts.obstacle, facts.unknown);
+    QFile file(told);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QVERIFY(!QFileInfo::exists(QString::fromUtf8(file.readAll())));
+}
+
+void TestInstallerReader::saysWhatOfThisMachineKeepsItFromReading()
+{
+    InstallerReader::useProgram(m_folder->filePath(u"nowhere"_s));
+    const QString reason = InstallerReader::read(u"/nowhere/x.zip"_s).obstacle;
+    QVERIFY2(reason.startsWith("its reader cannot be started: "_L1), qPrintable(reason));
+}
+
+void TestInstallerReader::readsInSeveralThreads()
+{
+    InstallerReader::useProgram(program("printf '{\"unknown\":\"%s\"}' \"$2\"\n"));
+    std::vector<std::thread> threads;
+    std::array<QString, 8> told;
+    for (std::size_t i = 0; i < told.size(); ++i) {
+        threads.emplace_back(
+            [&told, i] { told[i] = InstallerReader::read(u"/nowhere/%1.zip"_s.arg(i)).unknown; });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    for (std::size_t i = 0; i < told.size(); ++i) {
+        QCOMPARE(told[i], u"/nowhere/%1.zip"_s.arg(i));
+    }
 }
 
 void TestInstallerReader::limitsTheProcess()

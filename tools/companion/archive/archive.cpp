@@ -63,13 +63,14 @@ ArchiveReport examine(const QString& file, const QString& previous,
 {
     ArchiveReport report;
     report.file = file;
-    report.installer = InstallerReader::read(file);
+    const auto goesOn = [&isStopped] { return !isStopped; };
+    report.installer = InstallerReader::read(file, goesOn);
     if (!isArchive(file)) {
         return report;
     }
     const ArchiveContent archive(file);
     const UnpackedArchive unpacked =
-        isTooLarge(archive) ? UnpackedArchive() : unpackArchive(file, [&] { return !isStopped; });
+        isTooLarge(archive) ? UnpackedArchive() : unpackArchive(file, goesOn);
     report.unzipCode = unpacked.unzipCode;
     report.obstacle = isTooLarge(archive) ? u"the archive is too large"_s : unpacked.obstacle;
     report.findings = contentFindings(archive, unpacked, previous);

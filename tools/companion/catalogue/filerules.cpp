@@ -203,11 +203,11 @@ private:
                 findings += repetitionFindings(archive, ArchiveContent(m_folder.filePath(former)));
             }
         }
-        const InstallerFacts facts = InstallerReader::read(path);
+        const InstallerFacts facts = InstallerReader::read(path, m_goesOn);
         findings += installerFindings(facts, {entry.name, entry.version, entry.fileName});
         if (hasFormer) {
-            findings += identifierFindings(facts, InstallerReader::read(m_folder.filePath(former)),
-                                           entry.name);
+            findings += identifierFindings(
+                facts, InstallerReader::read(m_folder.filePath(former), m_goesOn), entry.name);
         }
         for (Finding& finding : findings) {
             if (finding.rule == "archive-application"_L1 && isOwnUpdate(entry.name)) {

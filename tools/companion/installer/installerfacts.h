@@ -40,6 +40,7 @@ struct InstallerFacts
 {
     QList<InstallerItem> items; ///< one; more where the processors' clients open different ones
     QString unknown;            ///< why nothing is known; empty when something is
+    QString obstacle; ///< what of this machine kept it from being read; empty when nothing did
 
     bool operator==(const InstallerFacts&) const = default;
 };

@@ -4,6 +4,7 @@
 #include "companion/installer/limits.h"
 #include "companion/installer/readerlimits.h"
 
+#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QProcess>
@@ -18,6 +19,7 @@ const QString readingCommand = u"read-installer"_s;
 
 constexpr int milliseconds = 1'000; // of a second
 constexpr int reserve = 10;         // seconds that the reader has to end by itself
+constexpr int pause = 100;          // milliseconds between two questions whether to go on
 
 /// The companion's path; empty while installers are read in this process.
 QString& readingProgram()
@@ -26,15 +28,43 @@ QString& readingProgram()
     return program;
 }
 
+/// Nothing, for a reason that is none of the file's.
+InstallerFacts unread(const QString& obstacle)
+{
+    InstallerFacts facts;
+    facts.unknown = facts.obstacle = obstacle;
+    return facts;
+}
+
 /// Why @p process has told nothing.
-QString failure(const QProcess& process)
+InstallerFacts failure(const QProcess& process)
 {
     if (process.error() == QProcess::FailedToStart) {
-        return u"its reader cannot be started: %1"_s.arg(process.errorString());
+        return unread(u"its reader cannot be started: %1"_s.arg(process.errorString()));
     }
-    return process.error() == QProcess::Timedout
-               ? u"reading it takes more than %1 seconds"_s.arg(InstallerLimits::seconds)
-               : u"its reader failed, or met its limits of memory and time"_s;
+    InstallerFacts facts;
+    facts.unknown = process.error() == QProcess::Timedout
+                        ? u"reading it takes more than %1 seconds"_s.arg(InstallerLimits::seconds)
+                        : u"its reader failed, or met its limits of memory and time"_s;
+    return facts;
+}
+
+/// Waits for the end of @p process. Returns why that has not come; nothing known and no reason
+/// where it has.
+InstallerFacts waited(QProcess& process, const std::function<bool()>& goesOn)
+{
+    constexpr qint64 most = (InstallerLimits::seconds + reserve) * milliseconds;
+    QElapsedTimer time;
+    time.start();
+    while (!process.waitForFinished(pause)) {
+        if (process.error() == QProcess::FailedToStart || time.elapsed() > most) {
+            return failure(process);
+        }
+        if (!goesOn()) {
+            return unread(u"its reading was stopped"_s);
+        }
+    }
+    return {};
 }
 
 } // namespace
@@ -44,14 +74,14 @@ void InstallerReader::useProgram(const QString& program)
     readingProgram() = program;
 }
 
-InstallerFacts InstallerReader::read(const QString& path)
+InstallerFacts InstallerReader::read(const QString& path, const std::function<bool()>& goesOn)
 {
     if (readingProgram().isEmpty()) {
         return readInstaller(path);
     }
     const QTemporaryDir folder;
     if (!folder.isValid()) {
-        return {{}, u"no temporary folder can be made: %1"_s.arg(folder.errorString())};
+        return unread(u"no temporary folder can be made: %1"_s.arg(folder.errorString()));
     }
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -62,18 +92,15 @@ InstallerFacts InstallerReader::read(const QString& path)
     process.setStandardErrorFile(QProcess::nullDevice());
     process.setChildProcessModifier(limitReader);
     process.start(readingProgram(), {readingCommand, QFileInfo(path).absoluteFilePath()});
-    const bool hasEnded =
-        process.waitForFinished((InstallerLimits::seconds + reserve) * milliseconds);
-    if (!hasEnded) {
-        const QString reason = failure(process);
+    if (const InstallerFacts reason = waited(process, goesOn); !reason.unknown.isEmpty()) {
         process.kill();
         process.waitForFinished();
-        return {{}, reason};
+        return reason;
     }
     const QJsonDocument told = QJsonDocument::fromJson(process.readAllStandardOutput());
     if (process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0 ||
         !told.isObject()) {
-        return {{}, failure(process)};
+        return failure(process);
     }
     return installerFactsFrom(told.object());
 }

@@ -127,6 +127,9 @@ const BundleFacts* matchedBundle(const InstallerItem& item, const QString& name)
 QList<Finding> installerFindings(const InstallerFacts& facts, const CatalogueClaim& claim)
 {
     Findings findings;
+    if (!facts.obstacle.isEmpty()) {
+        findings.append({u"installer-untried"_s, printable(facts.obstacle)});
+    }
     for (const InstallerItem& item : facts.items) {
         if (!item.unknown.isEmpty() || item.bundles.isEmpty()) {
             continue;

@@ -90,18 +90,19 @@ InstallerFacts readZipArchive(const QString& path, const ItemReader& readItem)
 {
     const ArchiveContent archive(path);
     if (!archive.error().isEmpty()) {
-        return {{}, u"the archive cannot be read: %1"_s.arg(archive.error())};
+        return {{}, u"the archive cannot be read: %1"_s.arg(archive.error()), {}};
     }
     if (!archive.failures().isEmpty()) {
         return {{},
                 u"unzip would fail, so that the client opens nothing: %1"_s.arg(
-                    archive.failures().constFirst().problem)};
+                    archive.failures().constFirst().problem),
+                {}};
     }
     InstallerFacts facts;
     for (const QString& processor : processors()) {
         const QString item = archive.candidates(processor).value(0).path;
         if (item.isEmpty()) {
-            return {{}, u"nothing in it can be opened"_s};
+            return {{}, u"nothing in it can be opened"_s, {}};
         }
         if (facts.items.isEmpty() || facts.items.constLast().path != item) {
             facts.items.append(readItemOf(path, item, readItem));

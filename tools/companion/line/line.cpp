@@ -39,7 +39,8 @@ QString checkedProblem(const QString& path, const QString& line, const QByteArra
         checkCatalogue(header + '\n' + line.toUtf8() + '\n', separator, report);
     QList<Finding> findings = report.takeFindings();
     if (isArchive(path)) {
-        findings += archiveFindings(ArchiveContent(path));
+        const ArchiveContent archive(path);
+        findings += archiveFindings(archive) + firstOfEachRule(archive.damages());
     }
     for (const Finding& finding : std::as_const(findings)) {
         if (catalogueRule(finding.rule).severity != Severity::Note) {

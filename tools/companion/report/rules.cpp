@@ -333,6 +333,9 @@ QList<Rule> archiveRules() // NOLINT(readability-function-size): a table
         {u"bundle-unread"_s, Severity::Note, u"The bundle's version is not known."_s,
          u"What the client reads from it once it is installed may differ from the catalogue."_s,
          u"Install it on a Mac and look at the row."_s},
+        {u"installer-untried"_s, Severity::Warning, u"What the installer brings was not read."_s,
+         u"Neither its name nor its version was compared with the line."_s,
+         u"See that the temporary folder (TMPDIR) can be written to, and memory is left."_s},
         {u"bundle-list"_s, Severity::Warning, u"The bundle's property list is damaged."_s,
          u"A Mac does not start it, or the client reads no version: the row says for ever that an "
          "update is available."_s,

@@ -1,4 +1,4 @@
-#include "packagemaker.h"
+#include "support/packagemaker.h"
 
 #include <QtEndian>
 
