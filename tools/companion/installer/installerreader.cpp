@@ -36,16 +36,11 @@ InstallerFacts unread(const QString& obstacle)
     return facts;
 }
 
-/// Why @p process has told nothing.
-InstallerFacts failure(const QProcess& process)
+/// Nothing, for a reason that is the file's.
+InstallerFacts unknown(const QString& reason)
 {
-    if (process.error() == QProcess::FailedToStart) {
-        return unread(u"its reader cannot be started: %1"_s.arg(process.errorString()));
-    }
     InstallerFacts facts;
-    facts.unknown = process.error() == QProcess::Timedout
-                        ? u"reading it takes more than %1 seconds"_s.arg(InstallerLimits::seconds)
-                        : u"its reader failed, or met its limits of memory and time"_s;
+    facts.unknown = reason;
     return facts;
 }
 
@@ -57,8 +52,12 @@ InstallerFacts waited(QProcess& process, const std::function<bool()>& goesOn)
     QElapsedTimer time;
     time.start();
     while (!process.waitForFinished(pause)) {
-        if (process.error() == QProcess::FailedToStart || time.elapsed() > most) {
-            return failure(process);
+        if (process.error() == QProcess::FailedToStart) {
+            return unread(u"its reader cannot be started: %1"_s.arg(process.errorString()));
+        }
+        if (time.elapsed() > most) {
+            return unknown(
+                u"reading it takes more than %1 seconds"_s.arg(InstallerLimits::seconds));
         }
         if (!goesOn()) {
             return unread(u"its reading was stopped"_s);
@@ -100,7 +99,7 @@ InstallerFacts InstallerReader::read(const QString& path, const std::function<bo
     const QJsonDocument told = QJsonDocument::fromJson(process.readAllStandardOutput());
     if (process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0 ||
         !told.isObject()) {
-        return failure(process);
+        return unknown(u"its reader failed, or met its limits of memory and time"_s);
     }
     return installerFactsFrom(told.object());
 }
