@@ -950,7 +950,7 @@ void TestCheck::readsTheBeginningsOfItemsOnly()
 
 void TestCheck::ownUpdateIsNoApplication()
 {
-    write(u"soft/tool.zip"_s, bundleZip(plist("1.0")));
+    write(u"soft/tool.zip"_s, bundleZip(plist("1.0"), "Quillmere.app"));
     const QStringList findings = {u"2 archive-own-application"_s};
     QCOMPARE(check(catalogue({entry("Quillmere", "1.0", "tool.zip")}),
                    {u"--files"_s, m_home->path() + "/soft"_L1}),

@@ -181,8 +181,8 @@ def hostile_images():
         wrong = bytearray(whole)
         wrong[end + place : end + place + 8] = struct.pack(">Q", value)
         yield f"image-{name}.dmg", bytes(wrong), None
-    for name, content, _ in hostile_lists():
-        yield f"image-{name}.dmg", images.udif([images.hfs_plus(with_list(content))]), "unknown"
+    for name, content, expected in hostile_lists():
+        yield f"image-{name}.dmg", images.udif([images.hfs_plus(with_list(content))]), expected
     yield "image-links.dmg", images.udif([images.hfs_plus(
         [Entry("Synth.app"), Entry("Synth.app/Contents", target="..")])]), "unknown"
 
