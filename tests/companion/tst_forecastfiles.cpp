@@ -3,6 +3,7 @@
 #include "commandrun.h"
 #include "fleetsample.h"
 #include "randomcatalogues.h"
+#include "support/packagemaker.h"
 #include "support/propertylist.h"
 #include "support/zipmaker.h"
 
@@ -29,6 +30,26 @@ QByteArray archive(const QByteArray& bundle, const QByteArray& version,
     return zip.bytes();
 }
 
+/// The files of an application in a package.
+QList<PackedFile> packed(const QByteArray& name, const QByteArray& version)
+{
+    return bundleFiles(name, bundleList(version, "org.example.synth"), armProgram());
+}
+
+QByteArray package(const QByteArray& name, const QByteArray& version)
+{
+    return packageOf(packed(name, version));
+}
+
+/// An archive with a package for each processor.
+QByteArray archiveOfPackages(const QByteArray& arm, const QByteArray& intel)
+{
+    ZipMaker zip;
+    zip.add({.name = "Synth-arm64.pkg", .content = arm});
+    zip.add({.name = "Synth-x86.pkg", .content = intel});
+    return zip.bytes();
+}
+
 } // namespace
 
 /// `forecast --files`: what follows once users have opened what the publisher's files bring.
@@ -42,6 +63,8 @@ private Q_SLOTS:
 
     void updateIsJudgedAgain_data();
     void updateIsJudgedAgain();
+    void packageIsJudgedAgain_data();
+    void packageIsJudgedAgain();
     void rowsThatNeverSettleAreCounted();
     void identifierThatIsNotTheArchivesIsTold();
     void severalIdentifiersAreTold();
@@ -51,9 +74,12 @@ private Q_SLOTS:
 
 private:
     [[nodiscard]] CommandRun forecast(const QStringList& options = {});
+    /// What is told of the rows that users would update.
+    [[nodiscard]] static QString remarks(const CommandRun& run);
 
     std::unique_ptr<FleetSample> m_fleet;
     QByteArrayList m_next;
+    QByteArray m_ending = ".zip"; ///< of the installers' names
     QByteArray m_lines;
 };
 
@@ -61,6 +87,7 @@ void TestForecastFiles::init()
 {
     m_fleet = std::make_unique<FleetSample>();
     m_next = {"Synth,2.0"};
+    m_ending = ".zip";
     m_lines = FleetSample::snapshot(u"a"_s, {u"Synth 1.0"_s});
 }
 
@@ -68,12 +95,18 @@ CommandRun TestForecastFiles::forecast(const QStringList& options)
 {
     return run(runForecast,
                QStringList{u"forecast"_s,
-                           m_fleet->write(u"new.csv"_s, FleetSample::catalogue(m_next)),
+                           m_fleet->write(u"new.csv"_s,
+                                          FleetSample::catalogue(m_next).replace(".zip", m_ending)),
                            u"--published"_s,
                            m_fleet->write(u"old.csv"_s, FleetSample::catalogue({"Synth,1.0"})),
                            u"--machines"_s, m_fleet->write(u"fleet.log"_s, m_lines), u"--files"_s,
                            m_fleet->path() + "/soft"_L1} +
                    options);
+}
+
+QString TestForecastFiles::remarks(const CommandRun& run)
+{
+    return run.out.section(u"\n\n"_s, 2).section(u"Going back"_s, 0, 0);
 }
 
 void TestForecastFiles::updateIsJudgedAgain_data()
@@ -114,8 +147,51 @@ void TestForecastFiles::updateIsJudgedAgain()
         m_fleet->write(u"soft/Synth.zip"_s, file);
     }
     const CommandRun run = forecast();
-    const QString remarks = run.out.section(u"\n\n"_s, 2);
-    QCOMPARE(remarks.section(u"Going back"_s, 0, 0),
+    QCOMPARE(remarks(run),
+             told.isEmpty() ? QString() : u"Synth: %1 on 1 of 1 machine\n"_s.arg(told));
+    QCOMPARE(run.err, QString());
+    QCOMPARE(run.status, status);
+}
+
+void TestForecastFiles::packageIsJudgedAgain_data()
+{
+    QTest::addColumn<QByteArray>("ending");
+    QTest::addColumn<QByteArray>("file");
+    QTest::addColumn<QString>("told");
+    QTest::addColumn<int>("status");
+
+    const QString older =
+        u"never up to date, older after each update (catalogue 2.0, installer's bundle 1.9)"_s;
+    const QString unknown =
+        u"unknown whether the update settles it, as the installer does not tell its version"_s;
+    QTest::newRow("equal") << QByteArray(".pkg") << package("Synth", "2.0") << QString() << 0;
+    QTest::newRow("still older") << QByteArray(".pkg") << package("Synth", "1.9") << older << 1;
+    QTest::newRow("under another name")
+        << QByteArray(".pkg") << package("Schist", "2.0")
+        << u"stands for another application than the installer's 'Schist'"_s << 1;
+    QTest::newRow("of several the one that the entry stands for")
+        << QByteArray(".pkg") << packageOf(packed("Anvil", "2.0") + packed("Synth", "1.9")) << older
+        << 1;
+    QTest::newRow("cut") << QByteArray(".pkg") << package("Synth", "1.9").chopped(200) << unknown
+                         << 0;
+    QTest::newRow("in an archive, for each processor the same version")
+        << QByteArray(".zip") << archiveOfPackages(package("Synth", "1.9"), package("Synth", "1.9"))
+        << older << 1;
+    QTest::newRow("in an archive, for each processor another version")
+        << QByteArray(".zip") << archiveOfPackages(package("Synth", "1.9"), package("Synth", "1.8"))
+        << unknown << 0;
+}
+
+void TestForecastFiles::packageIsJudgedAgain()
+{
+    QFETCH(QByteArray, file);
+    QFETCH(QString, told);
+    QFETCH(int, status);
+    QFETCH(QByteArray, ending);
+    m_ending = ending;
+    m_fleet->write(u"soft/Synth"_s + QLatin1StringView(ending), file);
+    const CommandRun run = forecast();
+    QCOMPARE(remarks(run),
              told.isEmpty() ? QString() : u"Synth: %1 on 1 of 1 machine\n"_s.arg(told));
     QCOMPARE(run.err, QString());
     QCOMPARE(run.status, status);

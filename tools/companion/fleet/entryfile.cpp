@@ -1,64 +1,85 @@
 #include "companion/fleet/entryfile.h"
 
-#include "companion/archive/archivecontent.h"
-#include "system/scanparser.h"
-#include "system/sysprofiler.h"
+#include "companion/fleet/cataloguechange.h"
+#include "companion/installer/installerreader.h"
+#include "companion/installer/installerrules.h"
 
 #include <QFileInfo>
-#include <QTemporaryFile>
 
-using namespace Qt::Literals::StringLiterals;
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <vector>
 
 namespace {
 
-/// What the client would open on every processor; empty when that differs, or is nothing.
-QString openedItem(const ArchiveContent& archive)
+/// What @p item brings to an entry named @p name; nothing when that is not known.
+std::optional<InstallableBundle> bundleOf(const InstallerItem& item, const QString& name)
 {
-    QStringList opened;
-    for (const QString& processor : processors()) {
-        const QList<InstallerCandidate> candidates = archive.candidates(processor);
-        opened.append(candidates.isEmpty() ? QString() : candidates.constFirst().path);
+    if (!item.unknown.isEmpty() || item.bundles.isEmpty()) {
+        return std::nullopt;
     }
-    return opened.count(opened.constFirst()) == opened.size() ? opened.constFirst() : QString();
-}
-
-/// Reads an application's Info.plist by the client's own reading, which is one of files.
-InstallableBundle readBundle(const QString& item, const QByteArray& infoPlist)
-{
-    InstallableBundle bundle{applicationName(item), std::nullopt, {}};
-    QTemporaryFile file;
-    if (!infoPlist.isEmpty() && file.open() && file.write(infoPlist) == infoPlist.size() &&
-        file.flush()) {
-        const QString version =
-            SysProfiler::firstWord(SysProfiler::findBundleVersion(file.fileName()));
-        if (!version.isEmpty()) {
-            bundle.version = version;
-        }
-        bundle.identifier = SysProfiler::findPlistValue(file.fileName(), u"CFBundleIdentifier"_s);
+    // Where the entry stands for none of them, each shows that as well as the others.
+    const BundleFacts* matched = matchedBundle(item, name);
+    const BundleFacts& facts = matched ? *matched : item.bundles.constFirst();
+    InstallableBundle bundle{facts.name, std::nullopt, facts.identifier.value};
+    if (!facts.version.value.isEmpty()) {
+        bundle.version = facts.version.value;
     }
     return bundle;
 }
 
-std::optional<InstallableBundle> installableBundle(const QString& path)
+std::optional<InstallableBundle> installableBundle(const InstallerFacts& facts, const QString& name)
 {
-    if (!path.endsWith(".zip"_L1, Qt::CaseInsensitive)) {
-        return std::nullopt;
+    std::optional<InstallableBundle> bundle;
+    for (const InstallerItem& item : facts.items) {
+        const std::optional<InstallableBundle> other = bundleOf(item, name);
+        if (!other || (bundle && bundle != other)) {
+            return std::nullopt; // a machine's record does not tell its processor
+        }
+        bundle = other;
     }
-    const ArchiveContent archive(path);
-    const QString item =
-        archive.error().isEmpty() && archive.failures().isEmpty() ? openedItem(archive) : QString();
-    return item.endsWith(".app"_L1)
-               ? std::optional(readBundle(item, archive.content(item + "/Contents/Info.plist"_L1)))
-               : std::nullopt;
+    return bundle;
 }
 
 } // namespace
 
-EntryFile readEntryFile(const QString& folder, const QString& name)
+EntryFile readEntryFile(const QString& folder, const QString& file, const QString& name,
+                        const std::function<bool()>& goesOn)
 {
-    const QFileInfo info(folder + u'/' + name);
-    if (name.isEmpty() || !info.isFile()) {
+    const QFileInfo info(folder + u'/' + file);
+    if (file.isEmpty() || !info.isFile()) {
         return {};
     }
-    return {info.size(), installableBundle(info.filePath())};
+    return {info.size(), installableBundle(InstallerReader::read(info.filePath(), goesOn), name)};
+}
+
+QList<EntryFile> readEntryFiles(const QString& folder, const QList<EntryChange>& entries,
+                                int threads, const std::function<bool(qsizetype done)>& goesOn)
+{
+    QList<EntryFile> files(entries.size());
+    EntryFile* const first = files.data(); // each thread writes into elements of its own
+    std::atomic<qsizetype> next = 0;
+    std::atomic<qsizetype> done = 0;
+    std::atomic<bool> isStopped = false;
+    const auto work = [&] {
+        for (qsizetype i = next++; i < entries.size() && !isStopped; i = next++) {
+            if (const std::optional<OfferedEntry>& after = entries[i].after) {
+                first[i] = readEntryFile(folder, after->file, entries[i].name,
+                                         [&isStopped] { return !isStopped; });
+            }
+            ++done;
+        }
+    };
+    std::vector<std::future<void>> workers;
+    for (auto left = std::max(1, threads); left > 0; --left) {
+        workers.push_back(std::async(std::launch::async, work));
+    }
+    for (const std::future<void>& worker : workers) {
+        while (worker.wait_for(std::chrono::milliseconds(100)) != std::future_status::ready) {
+            isStopped = isStopped || !goesOn(done);
+        }
+    }
+    return files;
 }

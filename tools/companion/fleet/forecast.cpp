@@ -1,5 +1,6 @@
 #include "companion/fleet/forecast.h"
 
+#include "companion/archive/interruption.h"
 #include "companion/fleet/forecastjson.h"
 #include "companion/fleet/forecastoptions.h"
 #include "companion/fleet/forecastpage.h"
@@ -8,6 +9,7 @@
 #include "companion/fleet/forecastprogress.h"
 #include "companion/fleet/orderedoutput.h"
 #include "companion/report/commandline.h"
+#include "companion/report/progress.h"
 #include "companion/report/source.h"
 #include "companion/report/texttable.h"
 
@@ -123,16 +125,15 @@ std::optional<Offer> readCatalogue(const QString& place, const CommandLine& line
     return offer;
 }
 
-/// The files of the entries in @p folder; none when there is no folder.
-QList<EntryFile> readFiles(const CatalogueChange& change, const QString& folder)
+/// Reads what the new entries' files bring; the rest is empty once @p isStopped.
+QList<EntryFile> readFiles(const CatalogueChange& change, const ForecastOptions& options,
+                           const std::atomic<bool>& isStopped, QTextStream& err)
 {
-    QList<EntryFile> files;
-    if (!folder.isEmpty()) {
-        for (const EntryChange& entry : change.entries) {
-            files.append(entry.after ? readEntryFile(folder, entry.after->file) : EntryFile());
-        }
-    }
-    return files;
+    Progress progress(err, Progress::isOnTerminal());
+    return readEntryFiles(options.files, change.entries, options.threads, [&](qsizetype done) {
+        progress.tell(u"%1 of %2 files read"_s.arg(done).arg(change.entries.size()));
+        return !isStopped;
+    });
 }
 
 void add(const FleetForecast& part, FleetForecast& sum)
@@ -142,20 +143,16 @@ void add(const FleetForecast& part, FleetForecast& sum)
 }
 
 /// Judges the fleet; nothing, with the reason told, when that fails.
-std::optional<FleetForecast> judge(const CatalogueChange& change, const ForecastOptions& options,
+std::optional<FleetForecast> judge(const FleetFiles& fleet, const CatalogueChange& change,
+                                   const QList<EntryFile>& files, const ForecastOptions& options,
                                    const CommandLine& line, QTextStream& out, QTextStream& err)
 {
-    const FleetFiles fleet = findFleetFiles(options.places, options.format, options.columns);
-    if (!fleet.error.reason.isEmpty()) {
-        line.fail(fileProblem(fleet.error, options.alias), err);
-        return std::nullopt;
-    }
     for (const RefusedFile& refused : fleet.refused) {
         err << printable(fileProblem(refused, options.alias)) << '\n';
     }
     FleetReader reader(fleet.files, options.columns, options.threads);
     OrderedOutput output(out, err);
-    FleetForecast forecast{change.entries, readFiles(change, options.files), {}, {}};
+    FleetForecast forecast{change.entries, files, {}, {}};
     forecast.tally.entries.resize(change.entries.size());
     forecast.tally.formerEntries = quint64(change.formerCount);
     std::vector<std::unique_ptr<FleetForecast>> parts;
@@ -266,7 +263,20 @@ int forecast(const ForecastOptions& options, const CommandLine& line, QTextStrea
         return Unusable;
     }
     const CatalogueChange change(*published, *next, options.judgesAll);
-    const std::optional<FleetForecast> found = judge(change, options, line, out, err);
+    const FleetFiles fleet = findFleetFiles(options.places, options.format, options.columns);
+    if (!fleet.error.reason.isEmpty()) {
+        return line.fail(fileProblem(fleet.error, options.alias), err);
+    }
+    QList<EntryFile> files;
+    if (!options.files.isEmpty()) {
+        const Interruption interruption; // what an installer is unpacked into is to be removed
+        files = readFiles(change, options, interruption.hasCome(), err);
+        if (interruption.hasCome()) {
+            err << "interrupted: no machine was looked at\n";
+            return interruption.exitStatus();
+        }
+    }
+    const std::optional<FleetForecast> found = judge(fleet, change, files, options, line, out, err);
     return found ? report(*found, options, line, out, err) : Unusable;
 }
 
