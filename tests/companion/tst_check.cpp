@@ -633,8 +633,9 @@ void TestCheck::looksAtTheFiles_data()
     row("other letter case", "Tool.iso", u"tool.iso"_s, "x", {u"2 file-case"_s});
     row("empty", "a.iso", u"a.iso"_s, "", {u"2 file-empty"_s});
     row("hidden files are nobody's", "a.iso", u".htaccess"_s, "x", {u"2 file-missing"_s});
-    row("a package", "a.pkg", u"a.pkg"_s, "xar!\1\2", {});
-    row("an upper-case ending", "A.PKG", u"A.PKG"_s, "xar!\1\2", {});
+    const QByteArray package = packageOf({{"./ReadMe.txt", "x"}});
+    row("a package", "a.pkg", u"a.pkg"_s, package, {});
+    row("an upper-case ending", "A.PKG", u"A.PKG"_s, package, {});
     row("no package", "a.mpkg", u"a.mpkg"_s, "PK\3\4", {u"2 file-type"_s});
     row("a disk image", "a.dmg", u"a.dmg"_s, diskImage(), {});
     row("no disk image", "a.dmg", u"a.dmg"_s, diskImage().chopped(1), {u"2 file-type"_s});
@@ -854,15 +855,19 @@ void TestCheck::comparesTheItemWithThePreviousRelease()
     note(findings);
 }
 
-void TestCheck::looksAtThePackages_data()
+void TestCheck::looksAtThePackages_data() // NOLINT(readability-function-size): a table
 {
     QTest::addColumn<QByteArray>("fileName");
     QTest::addColumn<QByteArray>("package");
     QTest::addColumn<QStringList>("findings");
 
-    const auto row = [](const char* what, const QList<PackedFile>& files,
-                        const QStringList& findings, const QByteArray& fileName = "tool.pkg") {
-        QTest::newRow(what) << fileName << packageOf(files) << findings;
+    const auto file = [](const char* what, const QByteArray& fileName, const QByteArray& bytes,
+                         const QStringList& findings) {
+        QTest::newRow(what) << fileName << bytes << findings;
+    };
+    const auto row = [&file](const char* what, const QList<PackedFile>& files,
+                             const QStringList& findings, const QByteArray& fileName = "tool.pkg") {
+        file(what, fileName, packageOf(files), findings);
     };
     const auto tool = [](const QByteArray& list, const QByteArray& program = armProgram()) {
         return bundleFiles("Tool", list, program);
@@ -888,6 +893,31 @@ void TestCheck::looksAtThePackages_data()
         tool(bundleList("1.0"), intelProgram()), {u"2 bundle-processor"_s}, "tool-arm64.pkg");
     row("a program for the processor that the name says", tool(bundleList("1.0"), intelProgram()),
         {}, "tool-x86_64.pkg");
+    QList<PackedFile> files = tool(bundleList("1.0"));
+    files.last().mode = 0100644;
+    row("a program that must not be executed", files, {u"2 bundle-start"_s});
+    files.removeLast();
+    row("no program", files, {u"2 bundle-start"_s});
+
+    const QStringList damaged = {u"2 package-damaged"_s};
+    const QByteArray sound = packageOf(bundleFiles("Tool", bundleList("1.0"), armProgram()));
+    const auto changed = [&sound](qsizetype at, const QByteArray& bytes) {
+        return QByteArray(sound).replace(at, bytes.size(), bytes);
+    };
+    constexpr qsizetype contents = 28; // where the table of contents begins
+    file("sound", "tool.pkg", sound, {});
+    file("cut in its head", "tool.pkg", sound.first(20), damaged);
+    file("cut in its table of contents", "tool.pkg", sound.first(contents + 50), damaged);
+    file("wrong bytes in its table of contents", "tool.pkg", changed(contents, "wrong"), damaged);
+    file("cut in its payload", "tool.pkg", sound.chopped(300), damaged);
+    file("wrong bytes in its payload", "tool.pkg",
+         changed(sound.lastIndexOf("070707"), "wrong bytes"), damaged);
+    file("a payload packed in an unknown way", "tool.pkg", changed(sound.indexOf("070707"), "AA01"),
+         {});
+    file("a disk image that cannot be read", "tool.dmg", diskImage(), {});
+    ZipMaker zip;
+    zip.add({.name = "Tool.pkg", .content = sound.chopped(300)});
+    file("in an archive", "tool.zip", zip.bytes(), damaged);
 }
 
 void TestCheck::looksAtThePackages()
@@ -896,9 +926,10 @@ void TestCheck::looksAtThePackages()
     QFETCH(QByteArray, package);
     QFETCH(QStringList, findings);
     write("soft/"_L1 + QString::fromLatin1(fileName), package);
-    QCOMPARE(check(catalogue({entry("Tool", "1.0", fileName)}),
-                   {u"--files"_s, m_home->path() + "/soft"_L1}),
-             findings);
+    const QByteArray text = catalogue({entry("Tool", "1.0", fileName)});
+    const QString folder = m_home->path() + "/soft"_L1;
+    QCOMPARE(check(text, {u"--files"_s, folder}), findings);
+    QCOMPARE(check(text, {u"--files"_s, folder, u"--thorough"_s}), findings);
     note(findings);
 }
 
@@ -960,8 +991,8 @@ void TestCheck::ownUpdateIsNoApplication()
 
 void TestCheck::findsFilesThatDifferInCase()
 {
-    write(u"soft/Tool.pkg"_s, "xar!");
-    write(u"soft/tool.pkg"_s, "xar!");
+    write(u"soft/Tool.pkg"_s, packageOf({{"./ReadMe.txt", "x"}}));
+    write(u"soft/tool.pkg"_s, packageOf({{"./ReadMe.txt", "x"}}));
     const QStringList findings = {u"tool.pkg file-twice"_s};
     QCOMPARE(check(catalogue({entry("A", "1.0", "tool.pkg"), entry("B", "1.0", "Tool.pkg")}),
                    {u"--files"_s, m_home->path() + "/soft"_L1}),

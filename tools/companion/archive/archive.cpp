@@ -4,6 +4,7 @@
 #include "companion/archive/interruption.h"
 #include "companion/archive/unzipresult.h"
 #include "companion/installer/installerreader.h"
+#include "companion/installer/installerrules.h"
 #include "companion/installer/installertext.h"
 #include "companion/report/commandline.h"
 #include "companion/report/finding.h"
@@ -58,6 +59,13 @@ QList<Finding> contentFindings(const ArchiveContent& archive, const UnpackedArch
     return findings;
 }
 
+void setFile(QList<Finding>& findings, const QString& file)
+{
+    for (Finding& finding : findings) {
+        finding.file = file;
+    }
+}
+
 ArchiveReport examine(const QString& file, const QString& previous,
                       const std::atomic<bool>& isStopped)
 {
@@ -65,7 +73,9 @@ ArchiveReport examine(const QString& file, const QString& previous,
     report.file = file;
     const auto goesOn = [&isStopped] { return !isStopped; };
     report.installer = InstallerReader::read(file, goesOn);
+    report.findings = damageFindings(report.installer);
     if (!isArchive(file)) {
+        setFile(report.findings, file);
         return report;
     }
     const ArchiveContent archive(file);
@@ -73,10 +83,8 @@ ArchiveReport examine(const QString& file, const QString& previous,
         isTooLarge(archive) ? UnpackedArchive() : unpackArchive(file, goesOn);
     report.unzipCode = unpacked.unzipCode;
     report.obstacle = isTooLarge(archive) ? u"the archive is too large"_s : unpacked.obstacle;
-    report.findings = contentFindings(archive, unpacked, previous);
-    for (Finding& finding : report.findings) {
-        finding.file = file;
-    }
+    report.findings += contentFindings(archive, unpacked, previous);
+    setFile(report.findings, file);
     report.isUnpacked = report.unzipCode
                             ? report.unzipCode == 0
                             : archive.error().isEmpty() && archive.failures().isEmpty();

@@ -90,6 +90,7 @@ void ArchiveReader::keepError()
 {
     const char* text = archive_error_string(m_archive.get());
     m_error = text ? QString::fromUtf8(text) : u"it is damaged"_s;
+    m_isDamaged = archive_errno(m_archive.get()) != ENOMEM;
 }
 
 bool ArchiveReader::next()

@@ -22,6 +22,8 @@ public:
 
     [[nodiscard]] bool next() override;
     [[nodiscard]] QString error() const override { return m_error; }
+    /// Whether error() is a fault of what is read, and not that of too little memory.
+    [[nodiscard]] bool isDamaged() const { return m_isDamaged; }
     [[nodiscard]] BundleCollector::Entry entry() const override;
     [[nodiscard]] qint64 size() const override;
     [[nodiscard]] QByteArray start(qint64 most) override;
@@ -46,4 +48,5 @@ private:
     QByteArrayView m_block;           ///< of the content, what is read but not handed out
     archive_entry* m_entry = nullptr; ///< libarchive's own
     QString m_error;
+    bool m_isDamaged = false;
 };

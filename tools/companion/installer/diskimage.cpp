@@ -187,6 +187,10 @@ private:
         const InstallerItem item = m_readItem(copy);
         m_item.bundles += item.bundles;
         m_item.notes += item.notes;
+        if (item.isDamaged) {
+            m_item.unknown = item.unknown;
+            m_item.isDamaged = true;
+        }
         setUnknown(item.unknown);
     }
 

@@ -36,6 +36,7 @@ struct TableOfContents
     std::optional<QByteArray> distribution;
     QStringList nested; ///< packages that are one file each
     QString error;
+    bool isDamaged = false; ///< whether that is a fault of the file
 };
 
 QString folderOf(const QString& path)
@@ -77,6 +78,7 @@ TableOfContents readContents(const QString& path)
         }
     }
     contents.error = archive.error();
+    contents.isDamaged = archive.isDamaged();
     return contents;
 }
 
@@ -118,6 +120,7 @@ void addBundle(QList<BundleFacts>& bundles, const BundleFacts& bundle)
             keepCommon(former.minimumSystem, bundle.minimumSystem);
             keepCommon(former.processors, bundle.processors);
             keepCommon(former.newestFile, bundle.newestFile);
+            former.faults.clear(); // what one lacks, the other may bring
             return;
         }
     }
@@ -135,7 +138,8 @@ public:
         m_item.kind = u"package"_s;
         m_contents = readContents(m_path);
         if (!m_contents.error.isEmpty()) {
-            m_item.unknown = u"the package cannot be read: %1"_s.arg(m_contents.error);
+            setUnknown(u"the package cannot be read: %1"_s.arg(m_contents.error),
+                       m_contents.isDamaged);
             return m_item;
         }
         readDescription();
@@ -232,7 +236,8 @@ private:
             }
         }
         if (!archive.error().isEmpty()) {
-            setUnknown(u"the package cannot be read: %1"_s.arg(archive.error()));
+            setUnknown(u"the package cannot be read: %1"_s.arg(archive.error()),
+                       archive.isDamaged());
         }
     }
 
@@ -244,11 +249,11 @@ private:
     void readComponentPayload(ArchiveReader& archive, const QString& location)
     {
         BundleCollector collector;
-        const QString reason = readPayload(
+        const PayloadEnd end = readPayload(
             [&archive](char* buffer, qint64 size) { return archive.read(buffer, size); }, location,
             collector);
-        if (!reason.isEmpty()) {
-            setUnknown(reason);
+        if (!end.unknown.isEmpty()) {
+            setUnknown(end.unknown, end.isDamaged);
             return;
         }
         for (const BundleFacts& bundle : collector.bundles()) {
@@ -269,16 +274,22 @@ private:
         if (!m_item.unknown.isEmpty()) {
             m_item.bundles.clear();
         }
+        if (m_hasScripts) {
+            for (BundleFacts& bundle : m_item.bundles) {
+                bundle.faults.clear(); // what it lacks, a script may bring
+            }
+        }
         std::sort(
             m_item.bundles.begin(), m_item.bundles.end(),
             [](const BundleFacts& a, const BundleFacts& b) { return a.location < b.location; });
     }
 
-    /// The first reason stays.
-    void setUnknown(const QString& reason)
+    /// The first reason stays, but for one that is a fault of the file.
+    void setUnknown(const QString& reason, bool isDamaged = false)
     {
-        if (m_item.unknown.isEmpty()) {
+        if (m_item.unknown.isEmpty() || (isDamaged && !m_item.isDamaged)) {
             m_item.unknown = reason;
+            m_item.isDamaged = isDamaged;
         }
     }
 

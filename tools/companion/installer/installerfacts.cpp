@@ -90,6 +90,7 @@ QJsonObject toJson(const InstallerItem& item)
                        {u"notes"_s, QJsonArray::fromStringList(item.notes)}};
     if (!item.unknown.isEmpty()) {
         object.insert(u"unknown"_s, item.unknown);
+        object.insert(u"damaged"_s, item.isDamaged);
     }
     return object;
 }
@@ -102,6 +103,7 @@ InstallerItem itemFrom(const QJsonObject& object)
     item.kind = object.value(u"kind"_s).toString();
     item.notes = textsFrom(object.value(u"notes"_s));
     item.unknown = object.value(u"unknown"_s).toString();
+    item.isDamaged = object.value(u"damaged"_s).toBool();
     for (const QJsonValue bundle : object.value(u"bundles"_s).toArray()) {
         item.bundles.append(bundleFrom(bundle.toObject()));
     }

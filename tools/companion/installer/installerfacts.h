@@ -31,6 +31,7 @@ struct InstallerItem
     QList<BundleFacts> bundles; ///< ascending by location
     QStringList notes;          ///< for example that it runs scripts
     QString unknown;            ///< why it is not known what it would bring; empty when it is
+    bool isDamaged = false;     ///< whether that is a fault which keeps it from being installed
 
     bool operator==(const InstallerItem&) const = default;
 };

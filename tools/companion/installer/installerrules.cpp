@@ -35,6 +35,17 @@ void checkPropertyList(const InstallerItem& item, const BundleFacts& bundle, Fin
     }
 }
 
+/// Of an archive's own application the archive's rules tell that.
+void checkStart(const InstallerItem& item, const BundleFacts& bundle, Findings& findings)
+{
+    for (const QString& fault : bundle.faults) {
+        if (item.kind != "application"_L1) {
+            addOnce(findings, u"bundle-start"_s,
+                    u"of %1, %2"_s.arg(shown(item, bundle), printable(fault)));
+        }
+    }
+}
+
 void checkVersion(const InstallerItem& item, const BundleFacts& bundle, const QString& version,
                   Findings& findings)
 {
@@ -124,9 +135,22 @@ const BundleFacts* matchedBundle(const InstallerItem& item, const QString& name)
     return &*called(match.name);
 }
 
-QList<Finding> installerFindings(const InstallerFacts& facts, const CatalogueClaim& claim)
+QList<Finding> damageFindings(const InstallerFacts& facts)
 {
     Findings findings;
+    for (const InstallerItem& item : facts.items) {
+        if (item.isDamaged) {
+            const QString reason = printable(item.unknown);
+            addOnce(findings, u"package-damaged"_s,
+                    item.path.isEmpty() ? reason : u"%1: %2"_s.arg(quoted(item.path), reason));
+        }
+    }
+    return findings;
+}
+
+QList<Finding> installerFindings(const InstallerFacts& facts, const CatalogueClaim& claim)
+{
+    Findings findings = damageFindings(facts);
     if (!facts.obstacle.isEmpty()) {
         findings.append({u"installer-untried"_s, printable(facts.obstacle)});
     }
@@ -142,6 +166,7 @@ QList<Finding> installerFindings(const InstallerFacts& facts, const CatalogueCla
             continue;
         }
         checkPropertyList(item, *bundle, findings);
+        checkStart(item, *bundle, findings);
         checkVersion(item, *bundle, claim.version, findings);
         checkProcessor(item, *bundle, claim.fileName, findings);
         if (!item.path.isEmpty()) {

@@ -49,24 +49,40 @@ QByteArray firstBytes(const ByteSource& source, qint64 size)
     return bytes;
 }
 
-QString readMembers(ArchiveReader& archive, const QString& location, BundleCollector& collector)
+/// Whether a payload that begins so is packed in a way that is read here.
+bool isReadable(const QByteArray& start)
+{
+    return start.startsWith("0707") || start.startsWith("\x1f\x8b") || start.startsWith("BZh") ||
+           start.startsWith("\xfd"
+                            "7zX") ||
+           PbzxReader::isPbzx(start);
+}
+
+PayloadEnd readMembers(ArchiveReader& archive, const QString& location, BundleCollector& collector)
 {
     const QString reason = collectMembers(
         archive, [&location](const QString& path) { return location + u'/' + path; }, collector);
-    return reason.isEmpty() ? reason : u"its payload cannot be read to its end: "_s + reason;
+    return {reason.isEmpty() ? reason : u"its payload cannot be read to its end: "_s + reason,
+            archive.isDamaged()};
 }
 
 } // namespace
 
-QString readPayload(const ByteSource& source, const QString& location, BundleCollector& collector)
+PayloadEnd readPayload(const ByteSource& source, const QString& location,
+                       BundleCollector& collector)
 {
     const QString folder = location == "/"_L1 ? QString() : location;
     const QByteArray start = firstBytes(source, 4);
+    if (!isReadable(start)) {
+        return {u"its payload is packed in a way that is not read"_s, false};
+    }
     if (PbzxReader::isPbzx(start)) {
         PbzxReader pbzx(source);
         ArchiveReader archive(
             [&pbzx](char* buffer, qint64 size) { return pbzx.read(buffer, size); });
-        return readMembers(archive, folder, collector);
+        PayloadEnd end = readMembers(archive, folder, collector);
+        end.isDamaged = end.isDamaged && !pbzx.hasMetLimit();
+        return end;
     }
     Prefixed prefixed(start, source);
     ArchiveReader archive(

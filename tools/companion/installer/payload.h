@@ -3,8 +3,14 @@
 #include "companion/installer/bundlecollector.h"
 #include "companion/installer/bytesource.h"
 
+/// How reading a payload has ended.
+struct PayloadEnd
+{
+    QString unknown;        ///< why it is not known to its end; empty when it is
+    bool isDamaged = false; ///< whether that is a fault of the payload
+};
+
 /// Hands what a package's payload would put below @p location, a folder's path from "/", to
-/// @p collector: cpio, packed by gzip, bzip2, xz or "pbzx". Returns why it is not known to the end,
-/// empty when it is.
-[[nodiscard]] QString readPayload(const ByteSource& source, const QString& location,
-                                  BundleCollector& collector);
+/// @p collector: cpio, packed by gzip, bzip2, xz or "pbzx".
+[[nodiscard]] PayloadEnd readPayload(const ByteSource& source, const QString& location,
+                                     BundleCollector& collector);

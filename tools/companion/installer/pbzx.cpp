@@ -118,6 +118,7 @@ qint64 PbzxReader::readPacked(char* buffer, qint64 size)
     stream.next_out = reinterpret_cast<std::uint8_t*>(buffer);
     stream.avail_out = static_cast<std::size_t>(size);
     const lzma_ret result = lzma_code(&stream, m_chunkLeft == 0 ? LZMA_FINISH : LZMA_RUN);
+    m_hasMetLimit = result == LZMA_MEMLIMIT_ERROR || result == LZMA_MEM_ERROR;
     m_input = m_input.last(static_cast<qsizetype>(stream.avail_in));
     const qint64 count = size - static_cast<qint64>(stream.avail_out);
     if (result == LZMA_STREAM_END) {

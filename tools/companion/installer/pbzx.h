@@ -20,6 +20,8 @@ public:
 
     /// The next bytes, as a ByteSource yields them. A chunk that is cut or wrong is a failure.
     [[nodiscard]] qint64 read(char* buffer, qint64 size);
+    /// Whether it has failed as a chunk needs more memory than is allowed, which is no fault of it.
+    [[nodiscard]] bool hasMetLimit() const { return m_hasMetLimit; }
 
 private:
     struct Decoder;
@@ -39,5 +41,6 @@ private:
     bool m_isPacked = false; ///< whether the current chunk is xz
     bool m_isInChunk = false;
     bool m_hasFailed = false;
+    bool m_hasMetLimit = false;
     bool m_hasHead = false; ///< the size of all chunks, which stands before the first one
 };

@@ -322,10 +322,10 @@ QList<Rule> archiveRules() // NOLINT(readability-function-size): a table
          "for ever that an update is available."_s,
          u"Ask the maker for a version that begins with a number. Until then 0 as the catalogue's "
          "version keeps the row green, and tells of no update."_s},
-        {u"bundle-start"_s, Severity::Error, u"The application in the archive cannot be started."_s,
+        {u"bundle-start"_s, Severity::Error, u"The application cannot be started."_s,
          u"A Mac says that it is damaged, or that it cannot be opened."_s,
-         u"Make the archive on a Mac by ditto -c -k --keepParent, or by zip -r -y on Unix, which "
-         "keep execute bits."_s},
+         u"Make the installer from a bundle that starts; an archive on a Mac by ditto -c -k "
+         "--keepParent, or by zip -r -y on Unix, which keep execute bits."_s},
         {u"bundle-links"_s, Severity::Error,
          u"A framework in the application has copies where links belong."_s,
          u"The application's signature is invalid: a Mac says that it is damaged."_s,
@@ -333,6 +333,9 @@ QList<Rule> archiveRules() // NOLINT(readability-function-size): a table
         {u"bundle-unread"_s, Severity::Note, u"The bundle's version is not known."_s,
          u"What the client reads from it once it is installed may differ from the catalogue."_s,
          u"Install it on a Mac and look at the row."_s},
+        {u"package-damaged"_s, Severity::Error, u"The package is damaged."_s,
+         u"The Installer refuses it: nothing is installed."_s,
+         u"Fetch it again from where it was made, and compare its size."_s},
         {u"installer-untried"_s, Severity::Warning, u"What the installer brings was not read."_s,
          u"Neither its name nor its version was compared with the line."_s,
          u"See that the temporary folder (TMPDIR) can be written to, and memory is left."_s},
