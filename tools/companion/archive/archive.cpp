@@ -11,6 +11,7 @@
 #include "companion/report/progress.h"
 #include "companion/report/rules.h"
 #include "companion/report/texttable.h"
+#include "companion/report/workahead.h"
 #include "install/downloadtarget.h"
 
 #include <QFileInfo>
@@ -18,15 +19,10 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTextStream>
+#include <QThread>
 
-#include <algorithm>
 #include <atomic>
-#include <chrono>
-#include <functional>
-#include <future>
 #include <optional>
-#include <thread>
-#include <vector>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -182,62 +178,6 @@ QJsonObject toJson(const ArchiveReport& report)
             {u"findings"_s, toJson(report.findings)}};
 }
 
-/// Examines files on all processors, and gives the reports out in the files' order.
-class Examination
-{
-public:
-    Examination(const QStringList& files, const QString& previous,
-                const std::atomic<bool>& isStopped)
-        : m_files(files)
-        , m_previous(previous)
-        , m_isStopped(isStopped)
-        , m_reports(static_cast<std::size_t>(files.size()))
-    {
-        const auto processorCount = std::max(1U, std::thread::hardware_concurrency());
-        for (auto left = std::min<std::size_t>(processorCount, m_reports.size()); left > 0;
-             --left) {
-            m_threads.emplace_back([this] { work(); });
-        }
-    }
-    ~Examination()
-    {
-        for (std::thread& thread : m_threads) {
-            thread.join();
-        }
-    }
-    Q_DISABLE_COPY_MOVE(Examination)
-
-    /// Waits for the report of a file, and calls @p meanwhile ten times a second; nothing when the
-    /// examination was stopped before. Once each.
-    std::optional<ArchiveReport> report(qsizetype file, const std::function<void()>& meanwhile)
-    {
-        auto report = m_reports[static_cast<std::size_t>(file)].get_future();
-        while (report.wait_for(std::chrono::milliseconds(100)) != std::future_status::ready) {
-            meanwhile();
-        }
-        return report.get();
-    }
-
-private:
-    void work()
-    {
-        for (std::size_t i = m_next++; i < m_reports.size(); i = m_next++) {
-            ArchiveReport report;
-            if (!m_isStopped) {
-                report = examine(m_files[static_cast<qsizetype>(i)], m_previous, m_isStopped);
-            }
-            m_reports[i].set_value(m_isStopped ? std::nullopt : std::optional(report));
-        }
-    }
-
-    const QStringList m_files; // several threads read it, so that it must not detach
-    const QString m_previous;
-    const std::atomic<bool>& m_isStopped;
-    std::vector<std::promise<std::optional<ArchiveReport>>> m_reports;
-    std::atomic<std::size_t> m_next = 0;
-    std::vector<std::thread> m_threads;
-};
-
 /// Writes reports as they come, as texts or as one JSON object, and counts what they hold.
 class Writer
 {
@@ -312,14 +252,23 @@ int runArchive(const QStringList& arguments, QTextStream& out, QTextStream& err)
     }
 
     const Interruption interruption;
-    Examination examination(files, previous, interruption.hasCome());
+    const std::atomic<bool>& isStopped = interruption.hasCome();
+    WorkAhead<std::optional<ArchiveReport>> reports(
+        files.size(), QThread::idealThreadCount(),
+        [&](qsizetype i) -> std::optional<ArchiveReport> {
+            if (isStopped) {
+                return std::nullopt;
+            }
+            ArchiveReport report = examine(files[i], previous, isStopped);
+            return isStopped ? std::nullopt : std::optional(report);
+        });
     Writer writer(line.isJson(), out);
     bool hasFailed = false;
     for (qsizetype i = 0; i < files.size(); ++i) {
         std::optional<ArchiveReport> report;
         {
             Progress progress(err, Progress::isOnTerminal());
-            report = examination.report(i, [&] {
+            report = reports.next([&] {
                 progress.tell(u"%1 of %2 archives read, now %3"_s.arg(i)
                                   .arg(files.size())
                                   .arg(quoted(files[i])));

@@ -7,6 +7,7 @@
 #include "companion/installer/installerrules.h"
 #include "companion/report/progress.h"
 #include "companion/report/texttable.h"
+#include "companion/report/workahead.h"
 #include "install/downloadtarget.h"
 #include "install/ownupdate.h"
 
@@ -14,6 +15,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QSet>
+#include <QThread>
 
 #include <algorithm>
 #include <functional>
@@ -82,6 +84,12 @@ void checkEnding(const CatalogueEntry& entry, Report& report)
     }
 }
 
+/// Whether the file can be looked for.
+bool isFit(const QString& fileName)
+{
+    return !fileName.isEmpty() && !fileName.contains(u'/');
+}
+
 /// The files of one folder, and what is wrong with them.
 class FileCheck
 {
@@ -111,7 +119,8 @@ public:
         }
     }
 
-    void check(const CatalogueEntry& entry)
+    /// @p facts: what the entry's installer brings.
+    void check(const CatalogueEntry& entry, const InstallerFacts& facts)
     {
         if (!exists(entry)) {
             return;
@@ -127,7 +136,7 @@ public:
                    !wrong.isEmpty() && !isSelfExtracting(entry, path)) {
             m_report.add(entry.line, u"file-type"_s, shown(entry) + u' ' + wrong);
         } else {
-            checkContent(entry, path);
+            checkContent(entry, path, facts);
         }
     }
 
@@ -190,7 +199,7 @@ private:
         return archiveFindings(archive, unpackArchive(path, m_goesOn));
     }
 
-    void checkContent(const CatalogueEntry& entry, const QString& path)
+    void checkContent(const CatalogueEntry& entry, const QString& path, const InstallerFacts& facts)
     {
         const bool isZip = isArchive(entry.fileName);
         const QString former = m_formerFiles.value(entry.name);
@@ -203,7 +212,6 @@ private:
                 findings += repetitionFindings(archive, ArchiveContent(m_folder.filePath(former)));
             }
         }
-        const InstallerFacts facts = InstallerReader::read(path, m_goesOn);
         findings += installerFindings(facts, {entry.name, entry.version, entry.fileName});
         if (hasFormer) {
             findings += identifierFindings(
@@ -249,16 +257,25 @@ qsizetype checkFiles(const CatalogueText& text, const FileTask& task, const Publ
         return !isStopped;
     };
     FileCheck check(task, published, report, goesOn);
+    const auto isWanted = [&isStopped] { return !isStopped; };
+    WorkAhead<InstallerFacts> reading(
+        text.entries.size(), QThread::idealThreadCount(), [&](qsizetype i) {
+            const QString& name = text.entries[i].fileName;
+            const QString path = QDir(task.folder).filePath(name);
+            return isWanted() && isFit(name) && QFileInfo(path).isFile()
+                       ? InstallerReader::read(path, isWanted)
+                       : InstallerFacts();
+        });
     for (const CatalogueEntry& entry : text.entries) {
+        const InstallerFacts facts = reading.next(goesOn);
         if (!goesOn()) {
             return count;
         }
         // A name that is unfit has been reported; its file is not looked for.
-        if (entry.fileName.isEmpty() || entry.fileName.contains(u'/')) {
-            continue;
+        if (isFit(entry.fileName)) {
+            check.check(entry, facts);
+            ++count;
         }
-        check.check(entry);
-        ++count;
     }
     check.reportUnnamed(text.hiddenFiles);
     return count;

@@ -1,16 +1,9 @@
 #include "companion/fleet/entryfile.h"
 
-#include "companion/fleet/cataloguechange.h"
 #include "companion/installer/installerreader.h"
 #include "companion/installer/installerrules.h"
 
 #include <QFileInfo>
-
-#include <algorithm>
-#include <atomic>
-#include <chrono>
-#include <future>
-#include <vector>
 
 namespace {
 
@@ -53,33 +46,4 @@ EntryFile readEntryFile(const QString& folder, const QString& file, const QStrin
         return {};
     }
     return {info.size(), installableBundle(InstallerReader::read(info.filePath(), goesOn), name)};
-}
-
-QList<EntryFile> readEntryFiles(const QString& folder, const QList<EntryChange>& entries,
-                                int threads, const std::function<bool(qsizetype done)>& goesOn)
-{
-    QList<EntryFile> files(entries.size());
-    EntryFile* const first = files.data(); // each thread writes into elements of its own
-    std::atomic<qsizetype> next = 0;
-    std::atomic<qsizetype> done = 0;
-    std::atomic<bool> isStopped = false;
-    const auto work = [&] {
-        for (qsizetype i = next++; i < entries.size() && !isStopped; i = next++) {
-            if (const std::optional<OfferedEntry>& after = entries[i].after) {
-                first[i] = readEntryFile(folder, after->file, entries[i].name,
-                                         [&isStopped] { return !isStopped; });
-            }
-            ++done;
-        }
-    };
-    std::vector<std::future<void>> workers;
-    for (auto left = std::max(1, threads); left > 0; --left) {
-        workers.push_back(std::async(std::launch::async, work));
-    }
-    for (const std::future<void>& worker : workers) {
-        while (worker.wait_for(std::chrono::milliseconds(100)) != std::future_status::ready) {
-            isStopped = isStopped || !goesOn(done);
-        }
-    }
-    return files;
 }

@@ -1,12 +1,9 @@
 #pragma once
 
-#include <QList>
 #include <QString>
 
 #include <functional>
 #include <optional>
-
-struct EntryChange;
 
 /// The application that an installer brings, of several the one that its entry stands for.
 struct InstallableBundle
@@ -32,9 +29,3 @@ struct EntryFile
 [[nodiscard]] EntryFile readEntryFile(
     const QString& folder, const QString& file, const QString& name,
     const std::function<bool()>& goesOn = [] { return true; });
-
-/// The files of the new entries in their order, read by so many threads. Asks @p goesOn ten times a
-/// second, telling how many have been read; when that says no, the others stay empty.
-[[nodiscard]] QList<EntryFile> readEntryFiles(const QString& folder,
-                                              const QList<EntryChange>& entries, int threads,
-                                              const std::function<bool(qsizetype done)>& goesOn);

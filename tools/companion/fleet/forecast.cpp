@@ -12,6 +12,7 @@
 #include "companion/report/progress.h"
 #include "companion/report/source.h"
 #include "companion/report/texttable.h"
+#include "companion/report/workahead.h"
 
 #include <QJsonDocument>
 #include <QSaveFile>
@@ -129,11 +130,21 @@ std::optional<Offer> readCatalogue(const QString& place, const CommandLine& line
 QList<EntryFile> readFiles(const CatalogueChange& change, const ForecastOptions& options,
                            const std::atomic<bool>& isStopped, QTextStream& err)
 {
-    Progress progress(err, Progress::isOnTerminal());
-    return readEntryFiles(options.files, change.entries, options.threads, [&](qsizetype done) {
-        progress.tell(u"%1 of %2 files read"_s.arg(done).arg(change.entries.size()));
-        return !isStopped;
+    const QList<EntryChange>& entries = change.entries;
+    WorkAhead<EntryFile> reading(entries.size(), options.threads, [&](qsizetype i) {
+        const std::optional<OfferedEntry>& after = entries[i].after;
+        return after && !isStopped ? readEntryFile(options.files, after->file, entries[i].name,
+                                                   [&isStopped] { return !isStopped; })
+                                   : EntryFile();
     });
+    Progress progress(err, Progress::isOnTerminal());
+    QList<EntryFile> files;
+    while (files.size() < entries.size()) {
+        files.append(reading.next([&] {
+            progress.tell(u"%1 of %2 files read"_s.arg(files.size()).arg(entries.size()));
+        }));
+    }
+    return files;
 }
 
 void add(const FleetForecast& part, FleetForecast& sum)
