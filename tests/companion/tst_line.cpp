@@ -126,6 +126,15 @@ void TestLine::givesTheReasonForNoLine_data()
             u"'Synth, Pro' cannot stand in a catalogue's field"_s);
     package("a version that check refuses", packageWith("Synth", "v2"),
             u"'v2' does not start with a digit [version-start]"_s);
+    QList<PackedFile> files = bundleFiles("Synth", bundleList("1.0"), armProgram());
+    files.last().mode = 0100644;
+    package("an application that cannot be started", packageOf(files),
+            u"of '/Applications/Synth.app', its program 'Synth' must not be executed "
+            "[bundle-start]"_s);
+    row("a program for another processor than the name says", u"a-arm64.pkg"_s,
+        packageOf(bundleFiles("Synth", bundleList("1.0"), intelProgram())),
+        u"the name 'a-arm64.pkg' says arm64, '/Applications/Synth.app' is for x86_64 alone "
+        "[bundle-processor]"_s);
     zip("nothing to open", zipOf({"ReadMe.txt"}),
         u"what it brings is unknown: nothing in it can be opened"_s);
     zip("a package that is none", zipOf({"Synth.pkg"}),

@@ -3,6 +3,7 @@
 #include "companion/archive/archiverules.h"
 #include "companion/catalogue/check.h"
 #include "companion/installer/installerreader.h"
+#include "companion/installer/installerrules.h"
 #include "companion/line/catalogueupdate.h"
 #include "companion/report/commandline.h"
 #include "companion/report/rules.h"
@@ -30,14 +31,15 @@ KnownText text(const QByteArray& bytes)
                              : KnownText{decoded, {}};
 }
 
-/// What `check` would say of the line and its file; empty when nothing but notes.
-QString checkedProblem(const QString& path, const QString& line, const QByteArray& header,
-                       const QString& separator)
+/// What `check` would say of the line and its file, beside @p findings of what that brings; empty
+/// when nothing but notes.
+QString checkedProblem(const QString& path, QList<Finding> findings, const QString& line,
+                       const QByteArray& header, const QString& separator)
 {
     Report report(path);
     const CatalogueText text =
         checkCatalogue(header + '\n' + line.toUtf8() + '\n', separator, report);
-    QList<Finding> findings = report.takeFindings();
+    findings += report.takeFindings();
     if (isArchive(path)) {
         const ArchiveContent archive(path);
         findings += archiveFindings(archive) + firstOfEachRule(archive.damages());
@@ -69,7 +71,8 @@ public:
     /// The new line for @p path; nothing, with the reason said, where there can be none.
     [[nodiscard]] KnownText lineFor(const QString& path)
     {
-        m_line = proposedLine(InstallerReader::read(path), QFileInfo(path).fileName());
+        const InstallerFacts facts = InstallerReader::read(path);
+        m_line = proposedLine(facts, QFileInfo(path).fileName());
         KnownText text{{}, m_line.unknown};
         if (m_line.isKnown() && m_names.contains(m_line.value.name)) {
             text.unknown = u"another file here brings %1 too"_s.arg(quoted(m_line.value.name));
@@ -77,7 +80,10 @@ public:
             text = m_update.newLine(m_line.value);
         }
         if (text.isKnown()) {
-            text.unknown = checkedProblem(path, text.value, m_header, m_separator);
+            const ProposedLine& line = m_line.value;
+            text.unknown = checkedProblem(
+                path, installerFindings(facts, {line.name, line.version, line.fileName}),
+                text.value, m_header, m_separator);
         }
         return told(path, text);
     }
