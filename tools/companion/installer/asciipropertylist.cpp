@@ -101,7 +101,9 @@ private:
         const PropertyValue other{PropertyValue::Other, {}};
         if (depth == deepest) {
             m_hasFailed = true;
-        } else if (take(u'{')) {
+            return other;
+        }
+        if (take(u'{')) {
             QHash<QString, PropertyValue> unused;
             readPairs(unused, depth + 1);
             expect(u'}');

@@ -151,11 +151,12 @@ private:
         const QString place = u"/Applications/"_s + lastStep(item);
         QStringList programs; // their paths in the image
         QString executable = lastStep(item).chopped(4);
-        for (Entry entry : entries) {
-            if (entry.path != item && !entry.path.startsWith(item + u'/')) {
+        for (const Entry& packed : entries) {
+            const QString& path = packed.path;
+            if (path != item && !path.startsWith(item + u'/')) {
                 continue;
             }
-            const QString path = entry.path;
+            Entry entry = packed;
             entry.path = place + path.sliced(item.size());
             const qsizetype wanted = collector.add(entry);
             if (wanted == programHeadSize) {

@@ -41,7 +41,8 @@ KnownText textFrom(const QJsonValue& value)
 QStringList textsFrom(const QJsonValue& value)
 {
     QStringList texts;
-    for (const QJsonValue text : value.toArray()) {
+    const QJsonArray array = value.toArray();
+    for (const auto& text : array) {
         texts.append(text.toString());
     }
     return texts;
@@ -104,7 +105,8 @@ InstallerItem itemFrom(const QJsonObject& object)
     item.notes = textsFrom(object.value(u"notes"_s));
     item.unknown = object.value(u"unknown"_s).toString();
     item.isDamaged = object.value(u"damaged"_s).toBool();
-    for (const QJsonValue bundle : object.value(u"bundles"_s).toArray()) {
+    const QJsonArray bundles = object.value(u"bundles"_s).toArray();
+    for (const auto& bundle : bundles) {
         item.bundles.append(bundleFrom(bundle.toObject()));
     }
     return item;
@@ -129,7 +131,8 @@ InstallerFacts installerFactsFrom(const QJsonObject& object)
 {
     InstallerFacts facts;
     facts.unknown = object.value(u"unknown"_s).toString();
-    for (const QJsonValue item : object.value(u"items"_s).toArray()) {
+    const QJsonArray items = object.value(u"items"_s).toArray();
+    for (const auto& item : items) {
         facts.items.append(itemFrom(item.toObject()));
     }
     return facts;

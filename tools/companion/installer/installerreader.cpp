@@ -17,9 +17,9 @@ namespace {
 
 const QString readingCommand = u"read-installer"_s;
 
-constexpr int milliseconds = 1'000; // of a second
-constexpr int reserve = 10;         // seconds that the reader has to end by itself
-constexpr int pause = 100;          // milliseconds between two questions whether to go on
+constexpr qint64 milliseconds = 1'000; // of a second
+constexpr int reserve = 10;            // seconds that the reader has to end by itself
+constexpr int pause = 100;             // milliseconds between two questions whether to go on
 
 /// The companion's path; empty while installers are read in this process.
 QString& readingProgram()
