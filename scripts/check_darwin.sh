@@ -39,5 +39,7 @@ install_toolchain
 
 # The same on every system. All of /usr/include would hide what a Mac lacks.
 mkdir -p "$folder/headers"
-ln -sf /usr/include/zip.h /usr/include/zipconf.h "$folder/headers/"
+for header in zip.h zipconf.h archive.h archive_entry.h lzma.h lzma plist; do
+    ln -sfn "/usr/include/$header" "$folder/headers/$header"
+done
 python3 scripts/compile_darwin.py build/dev/compile_commands.json "$folder/$sha512" "$folder/headers"
