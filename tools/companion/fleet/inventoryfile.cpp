@@ -6,6 +6,8 @@
 
 #include <QDateTime>
 
+#include <functional>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -125,21 +127,27 @@ void readFleetSoftware(JsonReader& reader, Collector& collector)
     }
 }
 
-FiledInventories readFleet(const QByteArray& bytes, const NameFilter& filter)
+/// Lets @p read take each element of the list named @p key in the object that comes next.
+void forEachListed(JsonReader& reader, QByteArrayView key, const std::function<void()>& read)
 {
-    JsonReader reader(bytes);
-    Collector collector(filter);
     reader.enterObject();
     while (reader.nextMember()) {
-        if (reader.key() != "software" || !reader.isAtArray()) {
+        if (reader.key() != key || !reader.isAtArray()) {
             reader.skip();
             continue;
         }
         reader.enterArray();
         while (reader.nextElement()) {
-            readFleetSoftware(reader, collector);
+            read();
         }
     }
+}
+
+FiledInventories readFleet(const QByteArray& bytes, const NameFilter& filter)
+{
+    JsonReader reader(bytes);
+    Collector collector(filter);
+    forEachListed(reader, "software", [&] { readFleetSoftware(reader, collector); });
     return reader.isAtEnd() ? oneInventory(collector.inventory(Grade::AsReported))
                             : FiledInventories();
 }
@@ -215,22 +223,14 @@ FiledInventories readJamf(const QByteArray& bytes, const NameFilter& filter)
 {
     JsonReader reader(bytes);
     FiledInventories found;
-    reader.enterObject();
-    while (reader.nextMember()) {
-        if (reader.key() != "results" || !reader.isAtArray()) {
-            reader.skip();
-            continue;
+    forEachListed(reader, "results", [&] {
+        const FiledInventory inventory = readJamfComputer(reader, filter);
+        if (reader.hasFailed()) {
+            found.damagedMachine = inventory.machine;
+        } else {
+            found.inventories.append(inventory);
         }
-        reader.enterArray();
-        while (reader.nextElement()) {
-            const FiledInventory inventory = readJamfComputer(reader, filter);
-            if (reader.hasFailed()) {
-                found.damagedMachine = inventory.machine;
-            } else {
-                found.inventories.append(inventory);
-            }
-        }
-    }
+    });
     found.isWhole = reader.isAtEnd();
     return found;
 }
